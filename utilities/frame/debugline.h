@@ -1,0 +1,14 @@
+/// The library's debug line: a text is formatted and dropped.
+#ifndef UTILITIES_FRAME_DEBUGLINE_H
+#define UTILITIES_FRAME_DEBUGLINE_H
+
+#include "utilities/frame/export.h"
+
+/// Formats `format` with its arguments (the conversions of `String::Format`) and drops the result:
+/// nothing is opened, printed or kept. Exported under its plain name.
+///
+/// Returns 1 if the text has at most 1024 characters, else 0. `format` must not be null.
+/// Reentrant: works on the stack alone.
+extern "C" UTILITIES_EXPORT int printFmtDBGFile(const char* format, ...);
+
+#endif

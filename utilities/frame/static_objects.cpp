@@ -1,0 +1,14 @@
+#include "utilities/frame/static_objects_internal.h"
+
+// One source for all of them: only within one source is the order of construction, and with it the
+// reverse order of destruction, that of the definitions. This system's loader tells a library
+// nothing of threads that start or end, so there is no notification to decline here.
+
+const String StatusLogCurrentPath("./vy-current-status");
+const String StatusLogLastStopPath("./vy-last-stop-status");
+const String String::sEmpty;
+const WString WString::sEmpty;
+const String NarrowFalseText("0");
+const String NarrowTrueText("1");
+const WString WideFalseText(u"0");
+const WString WideTrueText(u"1");

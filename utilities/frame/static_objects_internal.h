@@ -1,0 +1,17 @@
+/// The static objects that belong to no class. They are built when the library is loaded, in the
+/// order in which their source defines them, and destroyed in reverse when it is unloaded.
+#ifndef UTILITIES_FRAME_STATIC_OBJECTS_INTERNAL_H
+#define UTILITIES_FRAME_STATIC_OBJECTS_INTERNAL_H
+
+#include "utilities/text/qelstring.h"
+
+extern const String StatusLogCurrentPath;
+extern const String StatusLogLastStopPath;
+
+/// The texts of the boolean values, "0" and "1".
+extern const String NarrowFalseText;
+extern const String NarrowTrueText;
+extern const WString WideFalseText;
+extern const WString WideTrueText;
+
+#endif

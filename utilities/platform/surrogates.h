@@ -1,0 +1,49 @@
+/// A code point above 0xFFFF as two 16-bit units.
+#ifndef UTILITIES_PLATFORM_SURROGATES_H
+#define UTILITIES_PLATFORM_SURROGATES_H
+
+#include <cstddef>
+
+#include "utilities/platform/types.h"
+
+namespace platform {
+
+constexpr bool IsSurrogate(char32_t point) {
+    return point >= 0xD800 && point <= 0xDFFF;
+}
+constexpr bool IsHighSurrogate(WideChar unit) {
+    return (unit & 0xFC00) == 0xD800;
+}
+constexpr bool IsLowSurrogate(WideChar unit) {
+    return (unit & 0xFC00) == 0xDC00;
+}
+
+struct CodePoint {
+    char32_t value;     ///< A surrogate alone is given as it is.
+    std::size_t units;  ///< 1 or 2.
+};
+
+/// The code point at `text`, which ends in a NUL.
+constexpr CodePoint ReadUnits(const WideChar* text) {
+    if (IsHighSurrogate(text[0]) && IsLowSurrogate(text[1]))
+        return {0x10000 + ((text[0] & 0x3FFu) << 10) + (text[1] & 0x3FFu), 2};
+    return {text[0], 1};
+}
+
+/// Writes `point` and gives the number of units written, 0 where they don't fit into `room` units.
+constexpr std::size_t WriteUnits(WideChar* out, char32_t point, std::size_t room) {
+    const std::size_t units = point > 0xFFFF ? 2 : 1;
+    if (room < units)
+        return 0;
+    if (units == 2) {
+        out[0] = static_cast<WideChar>(0xD7C0 + (point >> 10));
+        out[1] = static_cast<WideChar>(0xDC00 | (point & 0x3FF));
+    } else {
+        out[0] = static_cast<WideChar>(point);
+    }
+    return units;
+}
+
+}  // namespace platform
+
+#endif
