@@ -1,0 +1,19 @@
+/// The program's subcommands, a source each. `main` has checked the number of their arguments; each
+/// returns the exit status.
+#ifndef CATALOG_COMMANDS_H
+#define CATALOG_COMMANDS_H
+
+#include <vector>
+
+#include "utilities/utilities.h"
+
+using Arguments = std::vector<String>;
+
+/// All went well; something could not be read or written; the command line makes no sense.
+enum ExitStatus { STATUS_DONE = 0, STATUS_FAILED = 1, STATUS_USAGE = 2 };
+
+/// `list DIR [PATTERN]`: the regular files below DIR, those whose own name matches PATTERN, in a
+/// table of path, size and digest, sorted by the bytes of the path, and the totals below.
+ExitStatus List(const Arguments& arguments);
+
+#endif

@@ -1,0 +1,42 @@
+#include "table.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr char GAP[] = "  ";
+
+bool IsNumber(const MultiType& value) {
+    return value.Type() >= MultiType::TYPE_CHAR && value.Type() <= MultiType::TYPE_DOUBLE;
+}
+
+/// A text that doesn't cross to wide characters counts its bytes.
+std::size_t CharactersIn(const String& text) {
+    const WString wide(text);
+    const auto isSecondOfPair = [](WideChar unit) { return unit >= 0xDC00 && unit <= 0xDFFF; };
+    const auto pairs = std::count_if(wide.begin(), wide.end(), isSecondOfPair);
+    return wide.empty() ? text.size() : wide.size() - static_cast<std::size_t>(pairs);
+}
+
+}  // namespace
+
+void Table::Measure(const Row& row) {
+    widths.resize(std::max(widths.size(), row.size()));
+    for (std::size_t column = 0; column < row.size(); ++column)
+        widths[column] = std::max(widths[column], CharactersIn(row[column].GetAs<String>()));
+}
+
+String Table::Line(const Row& row) const {
+    String line;
+    for (std::size_t column = 0; column < row.size(); ++column) {
+        const String text = row[column].GetAs<String>();
+        const std::string blanks(widths[column] - CharactersIn(text), ' ');
+        const bool isLast = column + 1 == row.size();
+        if (IsNumber(row[column]))
+            line += blanks + text;
+        else
+            line += isLast ? text : String(text + blanks);
+        line += isLast ? "" : GAP;
+    }
+    return line;
+}

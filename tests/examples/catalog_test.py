@@ -1,0 +1,129 @@
+"""Runs the catalogue program, whose path is the first argument, on real directories."""
+
+import hashlib
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+PROGRAM = os.path.abspath(sys.argv.pop(1))
+
+# Root may read everything unless it gives that up.
+AS_ORDINARY_USER = (["setpriv", "--bounding-set", "-dac_override,-dac_read_search"]
+                    if os.geteuid() == 0 else [])
+
+# Names as the system has them, and as they are shown.
+NAMES = {
+    b"a name": "a name",
+    b"back\\slash": "back\\\\slash",
+    b"bell\x07": "bell\\x07",
+    b"caf\xc3\xa9": "café",
+    b"cut\xe2\x82": "cut\\xe2\\x82",
+    b"new\nline": "new\\nline",
+    b"not\xff\xfeutf8": "not\\xff\\xfeutf8",
+    b"sub-z": "sub-z",
+    b"sub/\xf0\x9f\x98\x80 \xc3": "sub/😀 \\xc3",
+    b"sub/deep/tab\there": "sub/deep/tab\\there",
+    b"sub0": "sub0",
+}
+
+
+class Catalog(unittest.TestCase):
+    def setUp(self):
+        self.work = self.enterContext(tempfile.TemporaryDirectory())
+        self.tree = os.path.join(self.work, "tree")
+        os.mkdir(self.tree)
+
+    def put(self, name, content=b""):
+        path = pathlib.Path(self.tree, os.fsdecode(name))
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(content)
+
+    def run_catalog(self, *arguments, prefix=(), locale="C.UTF-8", stdout=subprocess.PIPE):
+        done = subprocess.run([*prefix, PROGRAM, *arguments], cwd=self.work, stdout=stdout,
+                              stderr=subprocess.PIPE, encoding="utf-8", timeout=50,
+                              env={**os.environ, "LC_ALL": locale})
+        return done.returncode, done.stdout, done.stderr
+
+    def names_listed(self, *arguments, **options):
+        status, output, errors = self.run_catalog("list", *arguments, **options)
+        return status, [line.split("  ")[0] for line in output.splitlines()[:-1]], errors
+
+    def log(self, name="vy-current-status"):
+        return pathlib.Path(self.work, name).read_text(encoding="utf-8").splitlines()
+
+    def test_lists_all_names_aligned_and_sorted_with_true_digests(self):
+        rows = []
+        for number, name in enumerate(sorted(NAMES)):
+            content = bytes([number]) * (number * 13109)
+            self.put(name, content)
+            rows.append((NAMES[name], len(content), hashlib.md5(content).hexdigest()))
+        total = sum(size for _, size, _ in rows)
+        names, sizes = max(len(row[0]) for row in rows), max(len(str(row[1])) for row in rows)
+        table = "".join(f"{name:{names}}  {size:{sizes}}  {md5}\n" for name, size, md5 in rows)
+        self.assertEqual(self.run_catalog("list", "tree"),
+                         (0, f"{table}{len(rows)} files, {total} bytes\n", ""))
+        self.assertEqual((self.log()[0], self.log()[-1]), ("list tree", "done"))
+        self.assertEqual(self.names_listed("tree", "caf*", locale="C")[1], ["caf\\xc3\\xa9"])
+
+    def test_matches_the_pattern_with_the_files_own_name(self):
+        names = ["a.h", "b.hpp", "sub.h/c", "sub.h/dd.h"]
+        for name in names:
+            self.put(name, b"x")
+        for pattern, expected in (("*", names), ("*.h", ["a.h", "sub.h/dd.h"]), ("?.h", ["a.h"]),
+                                  ("sub*", []), ("", []), ("C", [])):
+            with self.subTest(pattern):
+                self.assertEqual(self.names_listed("tree", pattern), (0, expected, ""))
+        self.assertIn("\n1 file, 1 byte\n", self.run_catalog("list", "tree", "c")[1])
+        self.assertEqual(self.run_catalog("list", "tree", "sub*"), (0, "0 files, 0 bytes\n", ""))
+
+    def test_follows_no_link_below_the_directory(self):
+        self.put("sub/file")
+        os.mkfifo(os.path.join(self.tree, "fifo"))
+        for name, target in (("loop", "."), ("sub/up", ".."), ("file", "sub/file"), ("no", "no")):
+            os.symlink(target, os.path.join(self.tree, name))
+        os.symlink("tree", os.path.join(self.work, "link"))
+        self.assertEqual(self.names_listed("link"), (0, ["sub/file"], ""))
+
+    def test_goes_on_behind_what_it_cannot_read(self):
+        for name in ("a", "b\nlocked", "c/shut/file", "d"):
+            self.put(name)
+        os.chmod(os.path.join(self.tree, "b\nlocked"), 0)
+        os.chmod(os.path.join(self.tree, "c/shut"), 0)
+        expected = ("catalog: c/shut: Permission denied\n"
+                    "catalog: b\\nlocked: Permission denied\n")
+        self.assertEqual(self.names_listed("tree", prefix=AS_ORDINARY_USER),
+                         (1, ["a", "d"], expected))
+        self.assertEqual(self.log()[-1], "done, with failures")
+        # What is read is not what the size said, and what can be opened but not read.
+        self.assertEqual(self.run_catalog("list", "/proc/sys/kernel", "ostype"),
+                         (1, "0 files, 0 bytes\n", "catalog: ostype: changed while it was read\n"))
+        self.assertIn("catalog: mem: Input/output error\n",
+                      self.run_catalog("list", "/proc/self", "mem")[2])
+
+    def test_says_in_one_line_why_there_is_no_table(self):
+        self.put("file")
+        os.symlink("loop", os.path.join(self.work, "loop"))
+        for directory, reason in (("tree/file", "Not a directory"),
+                                  ("missing", "No such file or directory"),
+                                  ("loop", "Too many levels of symbolic links")):
+            with self.subTest(directory):
+                self.assertEqual(self.run_catalog("list", directory),
+                                 (1, "", f"catalog: {directory}: {reason}\n"))
+                self.assertEqual(self.log()[-1], "failed")
+        with open("/dev/full", "w", encoding="utf-8") as full:
+            self.assertEqual(self.run_catalog("list", "tree", stdout=full)[::2],
+                             (1, "catalog: standard output: No space left on device\n"))
+        self.assertEqual(self.log("vy-last-stop-status")[0], "list loop")
+
+    def test_shows_its_usage_for_wrong_arguments(self):
+        usage = "usage: catalog list DIR [PATTERN]\n"
+        for arguments in ((), ("list",), ("list", "tree", "*", "more"), ("lists", "tree"), ("",)):
+            with self.subTest(arguments):
+                self.assertEqual(self.run_catalog(*arguments), (2, "", usage))
+        self.assertFalse(os.path.exists(os.path.join(self.work, "vy-current-status")))
+
+
+unittest.main()

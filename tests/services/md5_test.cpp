@@ -1,0 +1,101 @@
+#include "utilities/services/md5.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <string>
+
+namespace {
+
+std::string Bytes(std::size_t length) {
+    std::string bytes;
+    while (bytes.size() < length)
+        bytes += static_cast<char>(bytes.size() * 7);
+    return bytes;
+}
+
+struct {
+    std::string message, digest;
+} const EXAMPLES[] = {
+    {"", "d41d8cd98f00b204e9800998ecf8427e"},
+    {"a", "0cc175b9c0f1b6a831c399e269772661"},
+    {"abc", "900150983cd24fb0d6963f7d28e17f72"},
+    {"message digest", "f96b697d7cb7938d525a2f31aaf161d0"},
+    {"abcdefghijklmnopqrstuvwxyz", "c3fcd3d76192e4007dfb496cca67e13b"},
+    {"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789",
+     "d174ab98d277d9f5a5611c2c9f419d9f"},
+    {"12345678901234567890123456789012345678901234567890123456789012345678901234567890",
+     "57edf4a22be3c955ac49da2e2107b67a"},
+    {Bytes(55), "8d24280288a696559fd8d5aa1b6d8c6e"},
+    {Bytes(56), "ef2c72b7254c92459e498eddd4ace573"},
+    {Bytes(64), "a2fcb39a253b9b785b1f97518fa37683"},
+};
+
+const unsigned char* Unsigned(const std::string& text) {
+    return reinterpret_cast<const unsigned char*>(text.data());
+}
+
+std::string Finalized(MD5& md5) {
+    md5.finalize();
+    return md5.hex_digest();
+}
+
+/// Whether `call` writes exactly one report to the standard error stream.
+bool IsReported(const std::function<void()>& call) {
+    testing::internal::CaptureStderr();
+    call();
+    const std::string report = testing::internal::GetCapturedStderr();
+    const int line = std::atoi(report.c_str() + report.rfind(' ') + 1);
+    return line > 0 && report == "ASSERT((false) in: .\\md5  line " + std::to_string(line) + "\n";
+}
+
+}  // namespace
+
+TEST(Md5, GivesTheDigestThroughEveryWayInAndAnySplit) {
+    for (const auto& [message, digest] : EXAMPLES) {
+        const auto size = static_cast<unsigned int>(message.size());
+        EXPECT_EQ(MD5(message.data(), size).hex_digest(), digest);
+        EXPECT_EQ(MD5(Unsigned(message), size).hex_digest(), digest);
+        for (unsigned int split = 0; split <= size; ++split) {
+            MD5 original, assigned("x", 1);
+            original.update(Unsigned(message), split);
+            MD5 copied(original);
+            assigned = original;
+            original.update("what the copies don't see", 25);
+            for (MD5* md5 : {&copied, &assigned}) {
+                md5->update(static_cast<const char*>(nullptr), 0);
+                md5->update(message.data() + split, size - split);
+                ASSERT_EQ(Finalized(*md5), digest) << "split at " << split;
+            }
+        }
+    }
+}
+
+TEST(Md5, TakesAMillionBytesInUnevenPieces) {
+    const std::string pieces(1000, 'a');
+    MD5 md5;
+    for (unsigned int piece = 0; piece < 1000; ++piece) {
+        md5.update(pieces.data(), piece);
+        md5.update(Unsigned(pieces), 1000 - piece);
+    }
+    EXPECT_EQ(Finalized(md5), "7707d6ae4e027c70eea2a935c2296f21");
+}
+
+TEST(Md5, ReportsCallsInTheWrongStateAndStaysAsItWas) {
+    MD5 md5;
+    md5.update("ab", 2);
+    unsigned char raw[16] = {1, 2, 3};
+    EXPECT_TRUE(IsReported([&] { md5.raw_digest(raw); }));
+    EXPECT_EQ(raw[2], 3);
+    EXPECT_TRUE(IsReported([&] { EXPECT_EQ(md5.hex_digest(), ""); }));
+    md5.update("c", 1);
+    EXPECT_EQ(Finalized(md5), EXAMPLES[2].digest);
+    EXPECT_TRUE(IsReported([&] { md5.update("d", 1); }));
+    EXPECT_TRUE(IsReported([&] { md5.update(Unsigned(""), 0); }));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Finalized(md5), EXAMPLES[2].digest);
+    md5.raw_digest(raw);
+    EXPECT_EQ(std::string(raw, raw + 4), "\x90\x01\x50\x98");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
