@@ -7,6 +7,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     # g++ 12 reports overlapping copies inside std::string that can't be (its bug 105651).
     target_compile_options(utilities_flags INTERFACE -Wno-restrict)
 endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+    # Instrumented code hides from g++ what initialises the standard library's objects.
+    target_compile_options(utilities_flags INTERFACE -Wno-maybe-uninitialized)
+endif()
 if(PROJECT_IS_TOP_LEVEL)
     target_compile_options(utilities_flags INTERFACE -Werror)
 endif()

@@ -19,9 +19,12 @@ bool IsUnchanged(const struct stat& before, const struct stat& after) {
 
 }  // namespace
 
+// What made the caller give up is still to be read from `errno`.
 Descriptor::~Descriptor() {
+    const int error = errno;
     if (IsOpen())
         close(number);
+    errno = error;
 }
 
 Descriptor OpenBelow(const Descriptor& root, const std::string& path, int flags) {
@@ -50,13 +53,15 @@ String ReadContents(const Descriptor& root, const std::string& path, Contents& c
     const auto size = static_cast<unsigned __int64>(before.st_size);
     MD5 md5;
     char chunk[64 * 1024];
-    ssize_t got = 1;
-    for (contents.size = 0; got > 0 && contents.size <= size;
-         contents.size += static_cast<unsigned __int64>(got)) {
-        got = read(file.Number(), chunk, sizeof chunk);
+    contents.size = 0;
+    while (contents.size <= size) {
+        const ssize_t got = read(file.Number(), chunk, sizeof chunk);
         if (got < 0)
             return ReasonOf(errno);
+        if (got == 0)
+            break;
         md5.update(chunk, static_cast<unsigned int>(got));
+        contents.size += static_cast<unsigned __int64>(got);
     }
     if (fstat(file.Number(), &after) != 0)
         return ReasonOf(errno);

@@ -50,9 +50,7 @@ String Escaped(const std::string& name) {
     return shown;
 }
 
-String ReasonOf(int error) {
-    return std::generic_category().message(error);
-}
+String ReasonOf(int error) { return std::generic_category().message(error); }
 
 String Counted(unsigned __int64 number, const char* thing) {
     return MultiType(number).GetAs<String>() + " " + thing + (number == 1 ? "" : "s");
@@ -66,6 +64,4 @@ void PrintLine(const String& line) {
     CheckOutput(std::fputs((line + "\n").c_str(), stdout) != EOF);
 }
 
-void FinishOutput() {
-    CheckOutput(std::fflush(stdout) == 0);
-}
+void FinishOutput() { CheckOutput(std::fflush(stdout) == 0); }

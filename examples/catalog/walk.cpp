@@ -93,6 +93,4 @@ private:
 
 }  // namespace
 
-Tree FindFiles(const Descriptor& root, const String& pattern) {
-    return Walk(root, pattern).Run();
-}
+Tree FindFiles(const Descriptor& root, const String& pattern) { return Walk(root, pattern).Run(); }

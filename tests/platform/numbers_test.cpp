@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <limits>
 #include <random>
 #include <string>
 #include <utility>
@@ -125,21 +124,17 @@ TEST(Numbers, HalvesGoToTheEvenDouble) {
 }
 
 TEST(Numbers, GeneralIsAsTheHostPrintsIt) {
-    constexpr double INFINITE = std::numeric_limits<double>::infinity();
-    std::vector<double> values = {0.0,  -0.0, 0.1,    100000,  999999.5,  1234567,
-                                  1e-4, 1e-5, 1e99,   -1e100,  DBL_MAX,   5e-324,
-                                  NAN,  -NAN, 1.5e-7, -123456, -INFINITE, INFINITE};
+    std::vector<double> values = {0.0,  -0.0, 0.1,     1e5,    999999.5, 1234567.,  1e-4,
+                                  1e-5, 1e99, DBL_MAX, 5e-324, HUGE_VAL, -HUGE_VAL, -NAN};
     std::mt19937_64 random(20240302);
-    for (int i = 0; i < 1000; ++i)
+    while (values.size() < 1000)
         values.push_back(std::bit_cast<double>(random()));
-    for (const double value : values) {
-        char out[platform::GENERAL_CAPACITY];
-        const std::size_t length = platform::FormatGeneral(out, value);
-        EXPECT_EQ(std::string(out, length), Printed("%Lg", value));
-    }
+    char out[platform::GENERAL_CAPACITY];
+    for (const double value : values)
+        EXPECT_EQ(std::string(out, platform::FormatGeneral(out, value)), Printed("%Lg", value));
+
     const ScopedLocale locale(GermanLatin1());
     ASSERT_TRUE(locale);
-    char out[platform::GENERAL_CAPACITY];
     EXPECT_EQ(std::string(out, platform::FormatGeneral(out, -1.25e-100)), "-1,25e-100");
 }
 

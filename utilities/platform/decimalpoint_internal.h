@@ -15,9 +15,7 @@ namespace platform {
 inline constexpr std::size_t POINT_CAPACITY = 8;
 
 /// `room` is where a wide decimal point is kept; the result is good as long as it and the locale.
-inline std::string_view DecimalPointText(char (&)[POINT_CAPACITY]) {
-    return DecimalPoint();
-}
+inline std::string_view DecimalPointText(char (&)[POINT_CAPACITY]) { return DecimalPoint(); }
 
 inline std::u16string_view DecimalPointText(WideChar (&room)[POINT_CAPACITY]) {
     const char* point = DecimalPoint();

@@ -137,7 +137,7 @@ double Nearest(const Decimal& number) {
 
 template <class Char>
 double ParseDouble(const Char* text) {
-    // Numbers of this size are beyond all doubles, and so are those above or below.
+    // With such exponents every number is above the largest double or rounds to zero.
     constexpr long long TOO_LARGE = std::numeric_limits<double>::max_exponent10 + 2;
     constexpr long long TOO_SMALL = -330;
     const bool negative = ReadSign(text);
@@ -159,26 +159,14 @@ double ParseDouble(const Char* text) {
 
 }  // namespace
 
-std::int32_t atol(const char* text) {
-    return ParseInteger<std::int32_t>(text);
-}
-std::int32_t _wtol(const WideChar* text) {
-    return ParseInteger<std::int32_t>(text);
-}
+std::int32_t atol(const char* text) { return ParseInteger<std::int32_t>(text); }
+std::int32_t _wtol(const WideChar* text) { return ParseInteger<std::int32_t>(text); }
 
-__int64 _atoi64(const char* text) {
-    return ParseInteger<__int64>(text);
-}
-__int64 _wtoi64(const WideChar* text) {
-    return ParseInteger<__int64>(text);
-}
+__int64 _atoi64(const char* text) { return ParseInteger<__int64>(text); }
+__int64 _wtoi64(const WideChar* text) { return ParseInteger<__int64>(text); }
 
-double atof(const char* text) {
-    return ParseDouble(text);
-}
-double wcstod(const WideChar* text) {
-    return ParseDouble(text);
-}
+double atof(const char* text) { return ParseDouble(text); }
+double wcstod(const WideChar* text) { return ParseDouble(text); }
 
 std::size_t FormatGeneral(char* out, double value) {
     constexpr int PRECISION = 6;

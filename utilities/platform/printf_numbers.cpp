@@ -11,13 +11,9 @@
 namespace platform {
 namespace {
 
-bool IsUpper(char letter) {
-    return letter >= 'A' && letter <= 'Z';
-}
+bool IsUpper(char letter) { return letter >= 'A' && letter <= 'Z'; }
 
-char Lower(char letter) {
-    return static_cast<char>(letter | 0x20);
-}
+char Lower(char letter) { return static_cast<char>(letter | 0x20); }
 
 void MakeUpper(char* first, const char* last) {
     for (; first != last; ++first) {
@@ -26,9 +22,7 @@ void MakeUpper(char* first, const char* last) {
     }
 }
 
-void AddPrefix(NumberText& text, char character) {
-    text.prefix[text.prefixLength++] = character;
-}
+void AddPrefix(NumberText& text, char character) { text.prefix[text.prefixLength++] = character; }
 
 void AddSign(NumberText& text, const Conversion& conversion, bool negative) {
     if (negative)
@@ -52,8 +46,9 @@ int BaseOf(char type) {
     }
 }
 
-/// Writes the digits of a finite or infinite number or a NaN without its sign, and gives their end.
-/// What the host is asked to do has the locale's decimal point, the rest has ".".
+// Both write a number without its sign and give the end of the text. The first is several times
+// faster and has "." for a decimal point, the host's has the locale's.
+
 char* WriteDouble(char* first, char* last, char type, int precision, double value) {
     const char form = Lower(type);
     const auto format = form == 'e'   ? std::chars_format::scientific
@@ -113,7 +108,7 @@ NumberText FormatFloatOf(char (&room)[FLOAT_CAPACITY<Float>], const Conversion& 
     AddSign(text, conversion, std::signbit(value));
     const char form = Lower(conversion.type);
     constexpr std::size_t LIMIT{MAX_FRACTION<Float>};
-    // Without a precision the host prints a hexadecimal number in full, others have six digits.
+    // A negative one stands for none: a hexadecimal number has all its digits then.
     int precision = form == 'a' ? -1 : 6;
     if (conversion.hasPrecision)
         precision = static_cast<int>(std::min(conversion.precision, LIMIT));

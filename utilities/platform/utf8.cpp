@@ -1,6 +1,9 @@
 #include "utilities/platform/utf8.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
 
 #include "utilities/platform/surrogates.h"
 #include "utilities/platform/widetext.h"
@@ -9,78 +12,176 @@ namespace platform {
 
 namespace {
 
+constexpr std::ptrdiff_t BLOCK = 16;
+using Bytes = std::uint8_t __attribute__((vector_size(BLOCK)));
+using Units = std::uint16_t __attribute__((vector_size(2 * BLOCK)));
+
 constexpr bool IsPlain(WideChar unit) { return static_cast<WideChar>(unit - 1) < 0x7F; }
 constexpr bool IsPlain(char byte) { return static_cast<unsigned char>(byte - 1) < 0x7F; }
 
-/// Copies what comes before the first character that is NUL or above 0x7F, at most `count`, and
-/// gives its length. Whole blocks are tested and copied without a branch for each character.
+/// Marks the characters of a word that are NUL or above 0x7F: taking 1 from each sets the top bit
+/// of one that is zero.
+constexpr std::uint64_t BYTE_ONES = 0x0101010101010101, BYTE_TOPS = 0x8080808080808080;
+constexpr std::uint64_t UNIT_ONES = 0x0001000100010001, UNIT_TOPS = 0x8000800080008000;
+constexpr std::uint64_t UNIT_BEYOND_ASCII = 0xFF80FF80FF80FF80;
+
+constexpr std::uint64_t NotPlain(char, std::uint64_t word) {
+    return (word | (word - BYTE_ONES)) & BYTE_TOPS;
+}
+constexpr std::uint64_t NotPlain(WideChar, std::uint64_t word) {
+    return (word & UNIT_BEYOND_ASCII) | ((word - UNIT_ONES) & UNIT_TOPS);
+}
+
+template <class Char>
+using Block = std::conditional_t<sizeof(Char) == 1, Bytes, Units>;
+
+/// Copies `BLOCK` characters if none of them is NUL or above 0x7F.
 template <class Out, class In>
-std::size_t CopyPlain(Out* out, const In* in, std::size_t count) {
-    constexpr std::size_t BLOCK = 16;
-    std::size_t i = 0;
-    for (; i + BLOCK <= count; i += BLOCK) {
-        unsigned char plain = 1;
-        for (std::size_t j = 0; j < BLOCK; ++j)
-            plain &= static_cast<unsigned char>(IsPlain(in[i + j]));
-        if (!plain)
-            break;
-        for (std::size_t j = 0; j < BLOCK; ++j)
-            out[i + j] = static_cast<Out>(in[i + j]);
-    }
-    for (; i < count && IsPlain(in[i]); ++i)
-        out[i] = static_cast<Out>(in[i]);
-    return i;
+bool CopyPlainBlock(Out* out, const In* in) {
+    std::uint64_t words[BLOCK * sizeof(In) / sizeof(std::uint64_t)];
+    std::memcpy(words, in, sizeof words);
+    std::uint64_t found = 0;
+    for (const std::uint64_t word : words)
+        found |= NotPlain(In(), word);
+    if (found != 0)
+        return false;
+    Block<In> block;
+    std::memcpy(&block, in, sizeof block);
+    const auto converted = __builtin_convertvector(block, Block<Out>);
+    std::memcpy(out, &converted, sizeof converted);
+    return true;
 }
 
 /// The first form of `DecodeAscii` and `EncodeAscii`.
 template <class Out, class In>
 std::size_t ConvertAscii(Out* out, const In* text, std::size_t length, std::size_t capacity) {
-    const std::size_t written = CopyPlain(out, text, std::min(length, capacity));
-    const bool ended = written == capacity || text[written] == In();
-    return ended ? written : CONVERSION_FAILED;
+    const auto most = static_cast<std::ptrdiff_t>(std::min(length, capacity));
+    std::ptrdiff_t i = 0;
+    while (most - i >= BLOCK && CopyPlainBlock(out + i, text + i))
+        i += BLOCK;
+    for (; i < most && IsPlain(text[i]); ++i)
+        out[i] = static_cast<Out>(text[i]);
+    const auto written = static_cast<std::size_t>(i);
+    return written == capacity || text[i] == In() ? written : CONVERSION_FAILED;
 }
 
-struct Sequence {
-    char32_t point;
-    std::size_t size;  ///< In bytes; 0 where the sequence is no character.
+/// A conversion on its way.
+template <class Out, class In>
+struct Progress {
+    Out* out;
+    Out* const outEnd;
+    const In* in;
 };
 
-/// The sequence of two to four bytes at `text`. A byte that doesn't continue it ends the reading,
-/// the terminating NUL too.
-Sequence ReadSequence(const char* text) {
-    const auto byte = [text](int i) -> char32_t { return static_cast<unsigned char>(text[i]); };
+enum class Step { Done, Ended, Failed };
+
+/// Converts the sequence of two to four bytes at `at.in`. A byte that doesn't continue it ends the
+/// reading, the terminating NUL too.
+Step ConvertOne(Progress<WideChar, char>& at) {
+    const auto byte = [&at](int i) -> char32_t { return static_cast<unsigned char>(at.in[i]); };
     const auto continues = [&byte](int i) { return (byte(i) & 0xC0) == 0x80; };
     const char32_t lead = byte(0);
     if (lead < 0xC2 || lead > 0xF4 || !continues(1))
-        return {0, 0};
+        return Step::Failed;
     char32_t point = byte(1) & 0x3F;
-    if (lead < 0xE0)
-        return {(lead & 0x1F) << 6 | point, 2};
+    if (lead < 0xE0) {
+        *at.out++ = static_cast<WideChar>((lead & 0x1F) << 6 | point);
+        at.in += 2;
+        return Step::Done;
+    }
     if (!continues(2))
-        return {0, 0};
+        return Step::Failed;
     point = point << 6 | (byte(2) & 0x3F);
     if (lead < 0xF0) {
         point |= (lead & 0x0F) << 12;
-        return {point, point >= 0x800 && !IsSurrogate(point) ? 3u : 0u};
+        if (point < 0x800 || IsSurrogate(point))
+            return Step::Failed;
+        *at.out++ = static_cast<WideChar>(point);
+        at.in += 3;
+        return Step::Done;
     }
-    if (!continues(3))
-        return {0, 0};
     point = (lead & 0x07) << 18 | point << 6 | (byte(3) & 0x3F);
-    return {point, point >= 0x10000 && point <= 0x10FFFF ? 4u : 0u};
+    if (!continues(3) || point < 0x10000 || point > 0x10FFFF)
+        return Step::Failed;
+    const std::size_t units =
+        WriteUnits(at.out, point, static_cast<std::size_t>(at.outEnd - at.out));
+    if (units == 0)
+        return Step::Ended;
+    at.out += units;
+    at.in += 4;
+    return Step::Done;
 }
 
-/// The bytes that encode `point`, which is none below 0x80.
-constexpr std::size_t EncodedSize(char32_t point) {
-    return point < 0x800 ? 2 : point < 0x10000 ? 3 : 4;
+constexpr char Trailing(char32_t point, int shift) {
+    return static_cast<char>(0x80 | ((point >> shift) & 0x3F));
 }
 
-void WriteSequence(char* out, char32_t point, std::size_t size) {
-    constexpr unsigned char LEADS[] = {0, 0, 0xC0, 0xE0, 0xF0};
-    for (std::size_t i = size - 1; i > 0; --i) {
-        out[i] = static_cast<char>(0x80 | (point & 0x3F));
-        point >>= 6;
+/// Converts the unit or pair above 0x7F at `at.in`.
+Step ConvertOne(Progress<char, WideChar>& at) {
+    const std::ptrdiff_t room = at.outEnd - at.out;
+    const char32_t unit = *at.in;
+    if (unit < 0x800) {
+        if (room < 2)
+            return Step::Ended;
+        *at.out++ = static_cast<char>(0xC0 | unit >> 6);
+        *at.out++ = Trailing(unit, 0);
+    } else if (!IsSurrogate(unit)) {
+        if (room < 3)
+            return Step::Ended;
+        *at.out++ = static_cast<char>(0xE0 | unit >> 12);
+        *at.out++ = Trailing(unit, 6);
+        *at.out++ = Trailing(unit, 0);
+    } else {
+        const CodePoint point = ReadUnits(at.in);
+        if (point.units == 1)
+            return Step::Failed;
+        if (room < 4)
+            return Step::Ended;
+        *at.out++ = static_cast<char>(0xF0 | point.value >> 18);
+        *at.out++ = Trailing(point.value, 12);
+        *at.out++ = Trailing(point.value, 6);
+        *at.out++ = Trailing(point.value, 0);
+        ++at.in;
     }
-    out[0] = static_cast<char>(LEADS[size] | point);
+    ++at.in;
+    return Step::Done;
+}
+
+/// Converts character by character up to `stop`.
+template <class Out, class In>
+Step ConvertEach(Progress<Out, In>& at, const In* stop) {
+    while (at.in < stop && at.out != at.outEnd) {
+        if (IsPlain(*at.in)) {
+            *at.out++ = static_cast<Out>(*at.in++);
+            continue;
+        }
+        const Step step = *at.in == In() ? Step::Ended : ConvertOne(at);
+        if (step != Step::Done)
+            return step;
+    }
+    return Step::Done;
+}
+
+/// Whole blocks of ASCII go at once; where a block holds something else, its characters go one by
+/// one before the next block is tried.
+template <class Out, class In>
+std::size_t Convert(Out* const out, const In* text, std::size_t length, std::size_t capacity) {
+    Progress<Out, In> at{out, out + capacity, text};
+    const In* const end = text + length;
+    while (at.in < end && at.out != at.outEnd) {
+        const bool hasBlock = end - at.in >= BLOCK;
+        if (hasBlock && at.outEnd - at.out >= BLOCK && CopyPlainBlock(at.out, at.in)) {
+            at.out += BLOCK;
+            at.in += BLOCK;
+            continue;
+        }
+        const Step step = ConvertEach(at, hasBlock ? at.in + BLOCK : end);
+        if (step == Step::Failed)
+            return CONVERSION_FAILED;
+        if (step == Step::Ended)
+            break;
+    }
+    return static_cast<std::size_t>(at.out - out);
 }
 
 }  // namespace
@@ -94,48 +195,11 @@ std::size_t EncodeAscii(char* out, const WideChar* text, std::size_t length, std
 }
 
 std::size_t DecodeUtf8(WideChar* out, const char* text, std::size_t length, std::size_t capacity) {
-    const char* const end = text + length;
-    std::size_t written = 0;
-    while (written < capacity) {
-        const std::size_t room = std::min(static_cast<std::size_t>(end - text), capacity - written);
-        const std::size_t plain = CopyPlain(out + written, text, room);
-        written += plain;
-        text += plain;
-        if (written == capacity || *text == '\0')
-            break;
-        const Sequence sequence = ReadSequence(text);
-        if (sequence.size == 0)
-            return CONVERSION_FAILED;
-        const std::size_t units = WriteUnits(out + written, sequence.point, capacity - written);
-        if (units == 0)
-            break;
-        written += units;
-        text += sequence.size;
-    }
-    return written;
+    return Convert(out, text, length, capacity);
 }
 
 std::size_t EncodeUtf8(char* out, const WideChar* text, std::size_t length, std::size_t capacity) {
-    const WideChar* const end = text + length;
-    std::size_t written = 0;
-    while (written < capacity) {
-        const std::size_t room = std::min(static_cast<std::size_t>(end - text), capacity - written);
-        const std::size_t plain = CopyPlain(out + written, text, room);
-        written += plain;
-        text += plain;
-        if (written == capacity || *text == u'\0')
-            break;
-        const CodePoint point = ReadUnits(text);
-        if (IsSurrogate(point.value))
-            return CONVERSION_FAILED;
-        const std::size_t size = EncodedSize(point.value);
-        if (capacity - written < size)
-            break;
-        WriteSequence(out + written, point.value, size);
-        written += size;
-        text += point.units;
-    }
-    return written;
+    return Convert(out, text, length, capacity);
 }
 
 }  // namespace platform

@@ -56,9 +56,7 @@ void StoreWord(unsigned char* bytes, std::uint32_t word) {
 
 // What has been added to `sum` so far is added first: compilers would otherwise move constants to
 // the end of the sum, behind the operand that comes last.
-[[gnu::always_inline]] inline void Settle(std::uint32_t& sum) {
-    asm("" : "+r"(sum));
-}
+[[gnu::always_inline]] inline void Settle(std::uint32_t& sum) { asm("" : "+r"(sum)); }
 
 // One step. It waits for `b`, the result of the step before it, so that all that doesn't need `b`
 // is added beforehand: the word, the constant, and one half of the second round's function, whose

@@ -202,7 +202,7 @@ void MultiType::assign(const MultiType& other) {
                 Invalidate();
                 break;
             }
-            std::memcpy(&Renew(other.m_type), &other.m_v, GetTypeSize(other.m_type));
+            Renew(other.m_type) = other.m_v;
             break;
     }
 }
