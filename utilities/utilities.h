@@ -6,6 +6,8 @@
 #include "utilities/frame/export.h"
 #include "utilities/frame/statuslog.h"
 #include "utilities/platform/types.h"
+#include "utilities/services/change_notification.h"
+#include "utilities/services/container_ids.h"
 #include "utilities/services/md5.h"
 #include "utilities/text/qelstring.h"
 #include "utilities/values/multitype.h"

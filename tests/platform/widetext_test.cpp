@@ -42,8 +42,7 @@ TEST(WideText, EachLocaleConvertsWhatItHas) {
         {utf8, "\xF0\x90\x80\x80 \xF4\x8F\xBF\xBF", u"\U00010000 \U0010FFFF"},
         {utf8, std::string(40, 'a') + "\xE2\x82\xAC" + std::string(40, 'b'),
          std::u16string(40, u'a') + u"€" + std::u16string(40, u'b')},
-        {GermanLatin1(), "\xC4 \xFF", u"\u00C4 \u00FF"},
-    };
+        {GermanLatin1(), "\xC4 \xFF", u"\u00C4 \u00FF"}};
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.narrow) + " in " + row.locale);
         const ScopedLocale locale(row.locale);
@@ -62,19 +61,17 @@ TEST(WideText, WhatTheLocaleDoesNotHaveFailsWhole) {
         const char* locale;
         std::string narrow;
         std::u16string wide;
-    } rows[] = {
-        {"C", "abc\x80", u"abc\u0080"},
-        {"C.utf8", "abc\x80", u"abc\xD800"},                  // continuation; high half alone
-        {"C.utf8", "abc\xC1\xBF", u"\xDC00 low half first"},  // overlong
-        {"C.utf8", "\xE0\x9F\xBF", u"\xDBFF\xDBFF\xDFFF"},    // overlong; two high halves
-        {"C.utf8", "\xED\xA0\x80", u"\xDFFF"},                // a surrogate in the encoding
-        {"C.utf8", "\xF0\x8F\xBF\xBF", u"\xD800z"},           // overlong
-        {"C.utf8", "\xF4\x90\x80\x80", u"\xD800"},            // 0x110000
-        {"C.utf8", "\xF8\x88\x80\x80\x80", u"\xD800"},
-        {"C.utf8", "cut \xE2\x82", u"\xD800"},
-        {GermanLatin1(), "", u"€"},
-        {GermanLatin1(), "", u"\xD83D\xDE00"},
-    };
+    } rows[] = {{"C", "abc\x80", u"abc\u0080"},
+                {"C.utf8", "abc\x80", u"abc\xD800"},  // continuation; high half alone
+                {"C.utf8", "abc\xC1\xBF", u"\xDC00 low half first"},  // overlong
+                {"C.utf8", "\xE0\x9F\xBF", u"\xDBFF\xDBFF\xDFFF"},    // overlong; two high halves
+                {"C.utf8", "\xED\xA0\x80", u"\xDFFF"},                // a surrogate in the encoding
+                {"C.utf8", "\xF0\x8F\xBF\xBF", u"\xD800z"},           // overlong
+                {"C.utf8", "\xF4\x90\x80\x80", u"\xD800"},            // 0x110000
+                {"C.utf8", "\xF8\x88\x80\x80\x80", u"\xD800"},
+                {"C.utf8", "cut \xE2\x82", u"\xD800"},
+                {GermanLatin1(), "", u"€"},
+                {GermanLatin1(), "", u"\xD83D\xDE00"}};
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.narrow) + " in " + row.locale);
         const ScopedLocale locale(row.locale);

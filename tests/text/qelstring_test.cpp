@@ -98,15 +98,13 @@ TEST(Subsets, AreJudgedByValueUpToTheFirstNul) {
         Wide text;
         bool ascii, latin1;
         const char *toAscii, *toLatin1;
-    } rows[] = {
-        {u"", true, true, "", ""},
-        {u"\x01~\x7F", true, true, "\x01~\x7F", "\x01~\x7F"},
-        {u"a\u0080", false, false, "a?", "a?"},
-        {u"\u009Fz", false, false, "?z", "?z"},
-        {u"\u00A0\u00A9\u00FF", false, true, "???", "\xA0\xA9\xFF"},
-        {u"\u0100\uFF41", false, false, "??", "??"},
-        {u"a\0\u0100"s, true, true, "a", "a"},
-    };
+    } rows[] = {{u"", true, true, "", ""},
+                {u"\x01~\x7F", true, true, "\x01~\x7F", "\x01~\x7F"},
+                {u"a\u0080", false, false, "a?", "a?"},
+                {u"\u009Fz", false, false, "?z", "?z"},
+                {u"\u00A0\u00A9\u00FF", false, true, "???", "\xA0\xA9\xFF"},
+                {u"\u0100\uFF41", false, false, "??", "??"},
+                {u"a\0\u0100"s, true, true, "a", "a"}};
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.text));
         const WString wide(row.text);
@@ -129,13 +127,11 @@ TEST(Editing, TrimsAndFoldsInBothWidths) {
     const ScopedLocale locale("C.utf8");
     const struct {
         Wide text, left, right;
-    } rows[] = {
-        {u"", u"", u""},
-        {u" \t\n\v\f\r", u"", u""},
-        {u" a b ", u"a b ", u" a b"},
-        {u"x", u"x", u"x"},
-        {u"\u2003wide\u3000", u"wide\u3000", u"\u2003wide"},
-    };
+    } rows[] = {{u"", u"", u""},
+                {u" \t\n\v\f\r", u"", u""},
+                {u" a b ", u"a b ", u" a b"},
+                {u"x", u"x", u"x"},
+                {u"\u2003wide\u3000", u"wide\u3000", u"\u2003wide"}};
     for (const auto& row : rows) {
         WString left(row.text), right(row.text);
         left.LTrim();

@@ -3,11 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <vector>
+
+#include "tests/values/flat_forms.h"
 
 namespace {
-
-using namespace std::string_literals;
 
 /// Opens what derived classes may use.
 class Opened : public MultiType {
@@ -18,30 +17,9 @@ public:
     const char* HeldText() const { return m_v.str->c_str(); }
     const void* HeldObject() const { return m_v.str; }
     unsigned __int64 AllBytes() const { return m_v.ull; }
-    const unsigned char* Block() const { return m_v.r->Data(); }
     void Corrupt(TYPE type) { m_type = type; }
-    void Store(unsigned int size, const void* data, unsigned int id) { StoreRaw(size, data, id); }
     short getCookie() const override { return 7; }
 };
-
-/// One value of every tag, in the order of the tags.
-std::vector<MultiType> OneOfEach() {
-    return {MultiType(),
-            MultiType(5, "block", 42),
-            MultiType(true),
-            MultiType('\x81'),
-            MultiType(short(-2)),
-            MultiType(-3),
-            MultiType(-4ll),
-            MultiType(static_cast<unsigned char>(250)),
-            MultiType(static_cast<unsigned short>(65000)),
-            MultiType(4000000000u),
-            MultiType(~0ull),
-            MultiType(1.5f),
-            MultiType(-2.5),
-            MultiType("narrow text that is too long for its object"),
-            MultiType(u"wide text that is too long for its object")};
-}
 
 void ExpectSame(const MultiType& a, const MultiType& b) {
     unsigned int idA = 1, idB = 2;
@@ -51,43 +29,27 @@ void ExpectSame(const MultiType& a, const MultiType& b) {
     EXPECT_EQ(a.GetAs<String>(), b.GetAs<String>());
 }
 
-TEST(MultiType, HasTheTagAndTheSizesOfWhatItHolds) {
-    const struct {
-        unsigned int id, typeSize, valueSize;
-        bool isSigned;
-    } rows[] = {
-        {0, 0, 0, true},  {42, 0, 5, true}, {0, 1, 1, false}, {0, 1, 1, true},  {0, 2, 2, true},
-        {0, 4, 4, true},  {0, 8, 8, true},  {0, 1, 1, false}, {0, 2, 2, false}, {0, 4, 4, false},
-        {0, 8, 8, false}, {0, 4, 4, true},  {0, 8, 8, true},  {0, 0, 44, true}, {0, 0, 84, true},
-    };
-    const std::vector<MultiType> values = OneOfEach();
-    for (std::size_t tag = 0; tag < values.size(); ++tag) {
+TEST(MultiType, HasTheTagAndTheSizeOfWhatItHolds) {
+    const std::vector<Flat> flats = FlatForms();
+    const unsigned int typeSizes[] = {0, 0, 1, 1, 2, 4, 8, 1, 2, 4, 8, 4, 8, 0, 0};
+    for (unsigned int tag = 0; tag < 15; ++tag) {
         SCOPED_TRACE(tag);
-        unsigned int id = 99;
-        EXPECT_EQ(values[tag].Type(), static_cast<int>(tag));
-        EXPECT_EQ(values[tag].Type(&id), static_cast<int>(tag));
-        EXPECT_EQ(id, rows[tag].id);
-        EXPECT_EQ(MultiType::GetTypeSize(values[tag].Type()), rows[tag].typeSize);
-        EXPECT_EQ(values[tag].GetValueSize(), rows[tag].valueSize);
-        EXPECT_EQ(values[tag].IsSigned(), rows[tag].isSigned);
+        const MultiType& value = flats[tag].value;
+        EXPECT_EQ(static_cast<unsigned int>(value.Type()), tag);
+        EXPECT_EQ(MultiType::GetTypeSize(value.Type()), typeSizes[tag]);
+        EXPECT_EQ(value.IsSigned(), tag != 2 && (tag < 7 || tag > 10));
     }
     for (const int outside : {-1, 15, 16, 2147483647})
         EXPECT_EQ(MultiType::GetTypeSize(static_cast<MultiType::TYPE>(outside)), 0u) << outside;
-    EXPECT_EQ(MultiType("").GetValueSize(), 1u);
-    EXPECT_EQ(MultiType(u"").GetValueSize(), 2u);
-    EXPECT_EQ(MultiType(u"ab").GetValueSize(), 6u);
-    EXPECT_EQ(MultiType(0, nullptr, 7).Type(), MultiType::TYPE_RAW);
     EXPECT_EQ(MultiType().getCookie(), -1);
-    const Opened derived(4, nullptr, 0);
+    const Opened derived;
     EXPECT_EQ(static_cast<const MultiType&>(derived).getCookie(), 7);
-    EXPECT_EQ(std::memcmp(derived.Block(), "\0\0\0\0", 4), 0);
 }
 
 TEST(MultiType, CopiesMovesAndAssignsFromEveryTagToEvery) {
-    const std::vector<MultiType> values = OneOfEach();
-    for (const MultiType& from : values) {
+    for (const auto& [from, fromHost, fromBigEndian, fromId] : FlatForms()) {
         ExpectSame(MultiType(from), from);
-        for (const MultiType& over : values) {
+        for (const auto& [over, host, bigEndian, id] : FlatForms()) {
             SCOPED_TRACE(std::to_string(from.Type()) + " over " + std::to_string(over.Type()));
             MultiType value(over);
             value = from;
@@ -105,16 +67,6 @@ TEST(MultiType, CopiesMovesAndAssignsFromEveryTagToEvery) {
             ExpectSame(value, MultiType());
         }
     }
-}
-
-TEST(MultiType, ACopyIsOnItsOwn) {
-    MultiType text("source"), block(3, "abc", 1);
-    MultiType textCopy(text), blockCopy;
-    blockCopy = block;
-    textCopy = "changed";
-    blockCopy = 5;
-    EXPECT_EQ(text.GetAs<String>(), "source");
-    EXPECT_EQ(block.GetAs<String>(), "abc");
 }
 
 TEST(MultiType, AssignmentFromEveryTypeHoldsIt) {
@@ -143,17 +95,15 @@ TEST(MultiType, AssignmentFromEveryTypeHoldsIt) {
 }
 
 TEST(MultiType, ATextOverATextKeepsTheObject) {
-    Opened value("some text");
-    const void* object = value.HeldObject();
+    Opened value("some text"), wide(u"a");
+    const void *object = value.HeldObject(), *wideObject = wide.HeldObject();
     value = value.HeldText() + 5;
     EXPECT_EQ(value.GetAs<String>(), "text");
     value = String("other");
     EXPECT_EQ(value.HeldObject(), object);
-    Opened wide(u"a");
-    object = wide.HeldObject();
     wide = u"b";
     wide = WString(u"c");
-    EXPECT_EQ(wide.HeldObject(), object);
+    EXPECT_EQ(wide.HeldObject(), wideObject);
     EXPECT_EQ(wide.GetAs<String>(), "c");
 }
 
@@ -168,11 +118,8 @@ TEST(MultiType, ATagOutsideIsReportedAndHoldsNothing) {
         EXPECT_EQ(report.find("ASSERT((false) in: .\\multitype  line "), 0u) << report;
         EXPECT_EQ(report.find('\n'), report.size() - 1);
         EXPECT_EQ(value.Type(), MultiType::TYPE_INVALID);
-        int untouched = 17;
-        broken.Get(untouched);
         String text("untouched");
         broken.Get(text);
-        EXPECT_EQ(untouched, 17);
         EXPECT_EQ(text, "untouched");
     }
 }

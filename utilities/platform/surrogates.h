@@ -8,15 +8,9 @@
 
 namespace platform {
 
-constexpr bool IsSurrogate(char32_t point) {
-    return point >= 0xD800 && point <= 0xDFFF;
-}
-constexpr bool IsHighSurrogate(WideChar unit) {
-    return (unit & 0xFC00) == 0xD800;
-}
-constexpr bool IsLowSurrogate(WideChar unit) {
-    return (unit & 0xFC00) == 0xDC00;
-}
+constexpr bool IsSurrogate(char32_t point) { return point >= 0xD800 && point <= 0xDFFF; }
+constexpr bool IsHighSurrogate(WideChar unit) { return (unit & 0xFC00) == 0xD800; }
+constexpr bool IsLowSurrogate(WideChar unit) { return (unit & 0xFC00) == 0xDC00; }
 
 struct CodePoint {
     char32_t value;     ///< A surrogate alone is given as it is.

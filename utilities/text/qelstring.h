@@ -1,6 +1,6 @@
 /// The text classes of both widths: the standard strings with a crossing to the other width, tests
-/// for the ASCII and Latin-1 subsets, trimming, case folding, printf-style formatting and
-/// wildcards.
+/// for the ASCII and Latin-1 subsets, trimming, case folding, printf-style formatting,
+/// wildcards and paths.
 ///
 /// `String` is a `std::basic_string<char>`, `WString` a `std::basic_string<WideChar>`; neither adds
 /// data, so each can be passed wherever the standard string is expected, and all of the standard
@@ -20,6 +20,7 @@
 #ifndef UTILITIES_TEXT_QELSTRING_H
 #define UTILITIES_TEXT_QELSTRING_H
 
+#include <iosfwd>
 #include <string>
 
 #include "utilities/frame/export.h"
@@ -100,6 +101,52 @@ public:
     /// the product of the lengths in steps.
     bool WildcardMatch(const std::basic_string<char>& pattern) const;
 
+    /// Operations on the text as a path, without a look at any disk. `/` and `\` both separate
+    /// directories and `:` ends a drive, on every system. A pointer must not be null unless said
+    /// otherwise; it may point into this text.
+
+    /// The position of the dot that begins the extension: the last one, unless it belongs to a
+    /// directory's name. -1 where there is none.
+    int GetExtDotPos() const;
+
+    /// What stands behind that dot; empty where there is none.
+    String GetExtension() const;
+
+    /// Replaces the extension, or adds one. `extension` may bring its dot.
+    void SetExtension(const char* extension);
+
+    /// Replaces what stands behind the last `/`, or where there is none the last `\`, or else the
+    /// last `:`. Without any of these `name` is added to the whole text.
+    void SetFilename(const char* name);
+
+    /// Cuts the path into the drive (the first two characters where the second is `:`), the
+    /// directory (up to the last separator), the extension (from the last dot of the rest on, with
+    /// it) and the name between these. Each goes to its argument unless that is null; of more than
+    /// 2 characters for the drive and 255 for the others only the first ones arrive.
+    void SplitPath(std::basic_string<char>* drive, std::basic_string<char>* directory,
+                   std::basic_string<char>* name, std::basic_string<char>* extension) const;
+
+    /// Replaces the text by the parts behind each other, with a `:` behind a drive, a `\` behind a
+    /// directory and a `.` ahead of an extension that have none; an empty part adds nothing. A
+    /// result of over 259 characters gives the empty text.
+    void MakePath(const std::basic_string<char>& drive, const std::basic_string<char>& directory,
+                  const std::basic_string<char>& name, const std::basic_string<char>& extension);
+
+    /// Adds `c` unless the text ends in it.
+    void SetTerminationChar(char c);
+
+    /// The name and extension of `path`, as `SplitPath` cuts it.
+    static String RemoveDriveAndDir(const String& path);
+
+    /// Turns a revision keyword, "$Name:" and a tag up to a "$", into the bare tag, trimmed; text
+    /// around it stays. A text of up to 7 characters or without such a keyword becomes "<no
+    /// label>".
+    void StripOffTagNameAndDollarSigns();
+
+    /// Adds each word of the stream, up to its end, and a line feed behind each. True unless the
+    /// stream's bad bit is set then, which is also reported on the standard error stream.
+    bool FromAsciiFile(std::basic_fstream<char>& fs);
+
 private:
     static const String sEmpty;
 };
@@ -163,6 +210,18 @@ public:
 
     /// As in `String`; whole units are compared.
     bool WildcardMatch(const std::basic_string<WideChar>& pattern) const;
+
+    int GetExtDotPos() const;
+    WString GetExtension() const;
+    void SetExtension(const WideChar* extension);
+    void SetFilename(const WideChar* name);
+    void SplitPath(std::basic_string<WideChar>* drive, std::basic_string<WideChar>* directory,
+                   std::basic_string<WideChar>* name, std::basic_string<WideChar>* extension) const;
+    void MakePath(const std::basic_string<WideChar>& drive,
+                  const std::basic_string<WideChar>& directory,
+                  const std::basic_string<WideChar>& name,
+                  const std::basic_string<WideChar>& extension);
+    void SetTerminationChar(WideChar c);
 
 private:
     static const WString sEmpty;

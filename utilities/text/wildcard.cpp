@@ -11,16 +11,12 @@ using View = std::basic_string_view<Char>;
 constexpr char ANY_RUN = '*';
 constexpr char ANY_ONE = '?';
 
-template <class Char>
-bool Accepts(Char wanted, Char c) {
-    return wanted == Char(ANY_ONE) || wanted == c;
-}
-
 /// Whether `segment`, a stretch of the pattern without `*`, matches the start of `text`.
 template <class Char>
 bool MatchesAtStart(View<Char> text, View<Char> segment) {
     return segment.size() <= text.size() &&
-           std::equal(segment.begin(), segment.end(), text.begin(), Accepts<Char>);
+           std::equal(segment.begin(), segment.end(), text.begin(),
+                      [](Char wanted, Char c) { return wanted == Char(ANY_ONE) || wanted == c; });
 }
 
 /// The first position at which `segment`, which is not empty, matches within `text`, or `npos`.
@@ -38,44 +34,53 @@ std::size_t FindSegment(View<Char> text, View<Char> segment) {
     return View<Char>::npos;
 }
 
+/// The stretch of the pattern up to the next `*` or its end. Patterns are short: a call to the C
+/// library's search would take longer than this loop.
+template <class Char>
+View<Char> FirstSegment(const Char* pattern) {
+    const Char* end = pattern;
+    while (*end != Char() && *end != Char(ANY_RUN))
+        ++end;
+    return {pattern, static_cast<std::size_t>(end - pattern)};
+}
+
 /// Where `*` stands before a segment, the first place at which that segment matches is as good as
 /// any later one: it leaves the most text for the rest. So no place is tried twice, and the work is
 /// bounded by the product of the lengths.
 template <class Char>
-bool Matches(View<Char> text, View<Char> pattern) {
-    std::size_t end = pattern.find(Char(ANY_RUN));
-    if (end == View<Char>::npos)
-        return text.size() == pattern.size() && MatchesAtStart(text, pattern);
-    if (!MatchesAtStart(text, pattern.substr(0, end)))
+bool Matches(View<Char> text, const Char* pattern) {
+    View<Char> segment = FirstSegment(pattern);
+    if (!MatchesAtStart(text, segment))
         return false;
-    text.remove_prefix(end);
-    pattern.remove_prefix(end + 1);
+    pattern += segment.size();
+    if (*pattern == Char())
+        return text.size() == segment.size();
+    text.remove_prefix(segment.size());
 
-    while ((end = pattern.find(Char(ANY_RUN))) != View<Char>::npos) {
-        if (end > 0) {
-            const std::size_t pos = FindSegment(text, pattern.substr(0, end));
-            if (pos == View<Char>::npos)
-                return false;
-            text.remove_prefix(pos + end);
-        }
-        pattern.remove_prefix(end + 1);
+    for (;;) {
+        segment = FirstSegment(++pattern);
+        pattern += segment.size();
+        if (*pattern == Char())
+            break;
+        if (segment.empty())
+            continue;
+        const std::size_t pos = FindSegment(text, segment);
+        if (pos == View<Char>::npos)
+            return false;
+        text.remove_prefix(pos + segment.size());
     }
-    return pattern.size() <= text.size() &&
-           MatchesAtStart(text.substr(text.size() - pattern.size()), pattern);
-}
-
-/// Up to the first NUL, where both texts end.
-template <class Char>
-View<Char> Terminated(const std::basic_string<Char>& text) {
-    return View<Char>(text).substr(0, text.find(Char()));
+    return segment.size() <= text.size() &&
+           MatchesAtStart(text.substr(text.size() - segment.size()), segment);
 }
 
 }  // namespace
 
+// Both texts end at their first NUL.
+
 bool String::WildcardMatch(const std::basic_string<char>& pattern) const {
-    return Matches<char>(Terminated<char>(*this), Terminated(pattern));
+    return Matches(View<char>(c_str()), pattern.c_str());
 }
 
 bool WString::WildcardMatch(const std::basic_string<WideChar>& pattern) const {
-    return Matches<WideChar>(Terminated<WideChar>(*this), Terminated(pattern));
+    return Matches(View<WideChar>(c_str()), pattern.c_str());
 }

@@ -1,10 +1,14 @@
 #include "utilities/values/multitype.h"
 
 #include <cstring>
-#include <iterator>
 #include <new>
 
 #include "utilities/frame/assert_internal.h"
+#include "utilities/values/layout_internal.h"
+
+using layout::FlatSize;
+using layout::IsHeldTag;
+using layout::LayoutOf;
 
 static_assert(sizeof(MultiType) == 3 * sizeof(void*), "virtual table, eight bytes and the tag");
 
@@ -12,41 +16,12 @@ namespace {
 
 constexpr char ASSERT_MODULE[] = ".\\multitype";
 
-struct Trait {
-    unsigned char size;  ///< Of an inline form, else 0.
-    bool isSigned;
-};
-
-/// By tag.
-constexpr Trait TRAITS[] = {
-    {0, true},   // TYPE_INVALID
-    {0, true},   // TYPE_RAW
-    {1, false},  // TYPE_BOOL
-    {1, true},   // TYPE_CHAR
-    {2, true},   // TYPE_SHORT
-    {4, true},   // TYPE_INT
-    {8, true},   // TYPE_INT64
-    {1, false},  // TYPE_UCHAR
-    {2, false},  // TYPE_USHORT
-    {4, false},  // TYPE_UINT
-    {8, false},  // TYPE_UINT64
-    {4, true},   // TYPE_FLOAT
-    {8, true},   // TYPE_DOUBLE
-    {0, true},   // TYPE_STRING
-    {0, true},   // TYPE_WSTRING
-};
-
-constexpr bool IsHeldTag(MultiType::TYPE type) {
-    return static_cast<unsigned int>(type) < std::size(TRAITS);
-}
-
-constexpr Trait TraitOf(MultiType::TYPE type) {
-    return TRAITS[IsHeldTag(type) ? type : MultiType::TYPE_INVALID];
-}
-
-template <class Text>
-unsigned int FlatSize(const Text& text) {
-    return static_cast<unsigned int>((text.size() + 1) * sizeof(typename Text::value_type));
+/// Whether the datum points to something; one test, as most values hold numbers.
+constexpr bool OwnsMemory(MultiType::TYPE type) {
+    constexpr unsigned int OWNERS =
+        1u << MultiType::TYPE_RAW | 1u << MultiType::TYPE_STRING | 1u << MultiType::TYPE_WSTRING;
+    const auto tag = static_cast<unsigned int>(type);
+    return tag <= MultiType::TYPE_WSTRING && (OWNERS >> tag & 1) != 0;
 }
 
 }  // namespace
@@ -83,24 +58,23 @@ MultiType::MultiType(unsigned int size, const void* data, unsigned int id)
     StoreRaw(size, data, id);
 }
 
-MultiType::MultiType(const MultiType& other) : m_v{}, m_type(TYPE_INVALID) {
+MultiType::MultiType(const MultiType& other) : m_v(other.m_v), m_type(other.m_type) {
+    if (!OwnsMemory(m_type))
+        return;
+    m_v = {};
+    m_type = TYPE_INVALID;
     switch (other.m_type) {
         case TYPE_RAW:
             StoreRaw(other.m_v.r->size, other.m_v.r->Data(), other.m_v.r->id);
-            break;
+            return;
         case TYPE_STRING:
             m_v.str = new String(*other.m_v.str);
-            m_type = TYPE_STRING;
-            break;
-        case TYPE_WSTRING:
-            m_v.wstr = new WString(*other.m_v.wstr);
-            m_type = TYPE_WSTRING;
             break;
         default:
-            m_v = other.m_v;
-            m_type = other.m_type;
+            m_v.wstr = new WString(*other.m_v.wstr);
             break;
     }
+    m_type = other.m_type;
 }
 
 MultiType& MultiType::operator=(bool value) { return assign(value), *this; }
@@ -128,9 +102,12 @@ MultiType::TYPE MultiType::Type(unsigned int* id) const {
 
 void MultiType::Invalidate() { Renew(TYPE_INVALID); }
 
-bool MultiType::IsSigned() const { return TraitOf(m_type).isSigned; }
+bool MultiType::IsSigned() const { return LayoutOf(m_type).isSigned; }
 
-unsigned int MultiType::GetTypeSize(TYPE type) { return TraitOf(type).size; }
+unsigned int MultiType::GetTypeSize(TYPE type) {
+    const layout::Layout& wanted = LayoutOf(type);
+    return wanted.form == layout::Form::Inline ? wanted.unit : 0;
+}
 
 unsigned int MultiType::GetValueSize() const {
     switch (m_type) {
@@ -208,6 +185,12 @@ void MultiType::assign(const MultiType& other) {
 }
 
 void MultiType::ReleaseValue() {
+    if (OwnsMemory(m_type))
+        FreeMemory();
+    m_v = {};
+}
+
+void MultiType::FreeMemory() {
     switch (m_type) {
         case TYPE_RAW:
             ::operator delete(m_v.r);
@@ -215,13 +198,10 @@ void MultiType::ReleaseValue() {
         case TYPE_STRING:
             delete m_v.str;
             break;
-        case TYPE_WSTRING:
+        default:
             delete m_v.wstr;
             break;
-        default:
-            break;
     }
-    std::memset(&m_v, 0, sizeof m_v);
 }
 
 MultiType::Datum& MultiType::Renew(TYPE type) {

@@ -11,7 +11,6 @@
 #ifndef UTILITIES_VALUES_MULTITYPE_H
 #define UTILITIES_VALUES_MULTITYPE_H
 
-#include <cstddef>
 #include <utility>
 
 #include "utilities/frame/export.h"
@@ -165,6 +164,53 @@ public:
     /// `TYPE_STRING`, `TYPE_WSTRING` and every number that is no tag hold it as `TYPE_STRING`.
     bool SetTyped(const String& text, TYPE type);
 
+    /// Writes the value's flat form to `buffer`, which needs no alignment, in the host's byte order
+    /// or most significant byte first: a number's bytes, a text's characters with their terminator
+    /// (each unit of wide text in that order), a block's data, nothing for no value. A form has no
+    /// header; `type` and `id` receive the tag and the block's id (else 0) where they are not null.
+    ///
+    /// `size` comes in as the buffer's size and leaves as the bytes that the form takes. Where it
+    /// was smaller, or `buffer` is null and there is something to write, nothing is written and the
+    /// result is false; so a first call with null and 0 asks for the size.
+    bool Get(void* buffer, unsigned int& size, TYPE* type, unsigned int* id) const;
+    bool GetBigEndianFormatted(void* buffer, unsigned int& size, TYPE* type,
+                               unsigned int* id) const;
+
+    /// Writes the form, in the host's order, that the value has when it is read as `type`; `size`,
+    /// `id` and the result are those of `Get`. `TYPE_INVALID` and what is no tag take 0 bytes and
+    /// give true. A block can only be had of a value that holds one: else false, with size and id
+    /// 0.
+    bool GetTyped(void* buffer, unsigned int& size, TYPE type, unsigned int* id) const;
+
+    /// The bytes that `GetTyped` needs for `type`.
+    unsigned int GetTypedValueSize(TYPE type) const;
+
+    /// The flat form in the host's order where it lies: the pointer is good until the value is
+    /// changed or destroyed. Null for a value that holds nothing. Each argument may be null.
+    const void* GetBuffer(unsigned int* size, TYPE* type, unsigned int* id) const;
+
+    /// Holds the flat form at `buffer` as a value of `type`; a null `buffer` stands for zeros, or
+    /// for the empty text. False, with the value unchanged, where `type` is no tag or `size` is
+    /// less than the number takes, or than a text's terminator. `size` bounds no text: it ends at
+    /// its terminator. `id` is for a block. A boolean's byte is kept as it is. `buffer` may lie in
+    /// what the value holds, unless `type` is `TYPE_RAW` or a text of the other width.
+    bool Set(const void* buffer, unsigned int size, TYPE type, unsigned int id);
+    bool SetBigEndianFormatted(const void* buffer, unsigned int size, TYPE type, unsigned int id);
+
+    /// -1, 0 or 1 as `a` is below, equal to or above `b` when both are read as `type`, with the
+    /// saturation of that reading: booleans by their byte, texts by their characters as unsigned
+    /// numbers, a prefix first. A NaN compares as 0 with everything. `TYPE_MIXED_INT64` compares
+    /// 64-bit integers of both signs by value. For `TYPE_INVALID`, `TYPE_RAW` and what names no way
+    /// to compare the result is 0, which is reported on the standard error stream. Numbers use no
+    /// heap.
+    static int compare(const MultiType& a, const MultiType& b, TYPE type);
+
+    /// Whether the values are equal when both are read as the one type in which their kinds meet:
+    /// integers in one that holds both, a floating number or a text with a number as floating
+    /// numbers, and two texts as numbers too. Values that hold nothing are equal to each other, and
+    /// blocks of the same id and bytes.
+    bool operator==(const MultiType& other) const;
+
     /// -1. For derived classes to tell themselves apart; nothing in the library asks.
     virtual short getCookie() const;
 
@@ -228,6 +274,7 @@ protected:
 private:
     /// Frees what is held and zeroes it; the tag is the caller's to set.
     UTILITIES_LOCAL void ReleaseValue();
+    UTILITIES_LOCAL void FreeMemory();
 
     /// Releases what is held, sets the tag and gives the zeroed datum to be filled.
     UTILITIES_LOCAL Datum& Renew(TYPE type);
@@ -236,7 +283,18 @@ private:
     UTILITIES_LOCAL void HoldText(Text*& held, TYPE type, const Source& source);
     template <class T>
     UTILITIES_LOCAL void Read(T& out) const;
-    UTILITIES_LOCAL std::size_t PrintNumber(char* out) const;
+
+    /// The exchange in either order: units of `unit` bytes are reversed.
+    UTILITIES_LOCAL bool Write(void* buffer, unsigned int& size, TYPE* type, unsigned int* id,
+                               unsigned int unit) const;
+    UTILITIES_LOCAL bool Take(const void* buffer, unsigned int size, TYPE type, unsigned int id,
+                              unsigned int unit);
+    template <class T>
+    UTILITIES_LOCAL bool WriteAs(void* buffer, unsigned int& size) const;
+    template <class Text>
+    UTILITIES_LOCAL bool WriteAsText(void* buffer, unsigned int& size) const;
+    template <class Text>
+    UTILITIES_LOCAL void ReadText(Text& out) const;
 };
 
 #endif

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <charconv>
 #include <cstring>
 
@@ -11,11 +10,6 @@ using conversion::FromText;
 namespace {
 
 constexpr std::size_t CAPACITY = platform::GENERAL_CAPACITY;
-
-template <class Integer>
-std::size_t PrintInteger(char* out, Integer value) {
-    return static_cast<std::size_t>(std::to_chars(out, out + CAPACITY, value).ptr - out);
-}
 
 void AssignNumber(String& out, const char* text, std::size_t length) { out.assign(text, length); }
 
@@ -33,84 +27,74 @@ void AssignNumber(WString& out, const char* text, std::size_t length) {
         out.Assign(std::string(text, length));
 }
 
+template <class Text, class Integer>
+void AssignInteger(Text& out, Integer value) {
+    char digits[CAPACITY];
+    const char* end = std::to_chars(digits, digits + CAPACITY, value).ptr;
+    AssignNumber(out, digits, static_cast<std::size_t>(end - digits));
+}
+
+template <class Text>
+void AssignFloating(Text& out, double value) {
+    char digits[CAPACITY];
+    AssignNumber(out, digits, platform::FormatGeneral(digits, value));
+}
+
+void AssignText(String& out, const String& text) { out = text; }
+void AssignText(String& out, const WString& text) { out.Assign(text); }
+void AssignText(WString& out, const String& text) { out.Assign(text); }
+void AssignText(WString& out, const WString& text) { out = text; }
+
+/// The bytes as they stand; those that make no whole character of the text are left out.
+template <class Text>
+void AssignBlock(Text& out, const unsigned char* data, std::size_t size) {
+    using Char = typename Text::value_type;
+    out.resize(size / sizeof(Char));
+    std::memcpy(out.data(), data, out.size() * sizeof(Char));
+}
+
 }  // namespace
 
-void MultiType::Get(String& out) const {
+template <class Text>
+void MultiType::ReadText(Text& out) const {
     switch (m_type) {
         case TYPE_INVALID:
-            out = "Invalid";
-            break;
+            return AssignNumber(out, "Invalid", 7);
         case TYPE_RAW:
-            out.assign(reinterpret_cast<const char*>(m_v.r->Data()), m_v.r->size);
-            break;
-        case TYPE_STRING:
-            out = *m_v.str;
-            break;
-        case TYPE_WSTRING:
-            out.Assign(*m_v.wstr);
-            break;
-        default: {
-            char number[CAPACITY];
-            if (const std::size_t length = PrintNumber(number))
-                AssignNumber(out, number, length);
-            break;
-        }
-    }
-}
-
-void MultiType::Get(WString& out) const {
-    switch (m_type) {
-        case TYPE_INVALID:
-            out = u"Invalid";
-            break;
-        case TYPE_RAW:
-            out.resize(m_v.r->size / sizeof(WideChar));
-            std::memcpy(out.data(), m_v.r->Data(), out.size() * sizeof(WideChar));
-            break;
-        case TYPE_STRING:
-            out.Assign(*m_v.str);
-            break;
-        case TYPE_WSTRING:
-            out = *m_v.wstr;
-            break;
-        default: {
-            char number[CAPACITY];
-            if (const std::size_t length = PrintNumber(number))
-                AssignNumber(out, number, length);
-            break;
-        }
-    }
-}
-
-/// The digits of an inline form, and their number; 0 for a tag that is none.
-std::size_t MultiType::PrintNumber(char* out) const {
-    switch (m_type) {
+            return AssignBlock(out, m_v.r->Data(), m_v.r->size);
         case TYPE_BOOL:
-            return PrintInteger(out, static_cast<unsigned int>(m_v.b));
+            return AssignInteger(out, static_cast<unsigned int>(m_v.b));
         case TYPE_CHAR:
-            return PrintInteger(out, static_cast<int>(m_v.c));
+            return AssignInteger(out, static_cast<int>(m_v.c));
         case TYPE_SHORT:
-            return PrintInteger(out, m_v.sh);
+            return AssignInteger(out, m_v.sh);
         case TYPE_INT:
-            return PrintInteger(out, m_v.i);
+            return AssignInteger(out, m_v.i);
         case TYPE_INT64:
-            return PrintInteger(out, m_v.ll);
+            return AssignInteger(out, m_v.ll);
         case TYPE_UCHAR:
-            return PrintInteger(out, static_cast<unsigned int>(m_v.uc));
+            return AssignInteger(out, static_cast<unsigned int>(m_v.uc));
         case TYPE_USHORT:
-            return PrintInteger(out, m_v.ush);
+            return AssignInteger(out, m_v.ush);
         case TYPE_UINT:
-            return PrintInteger(out, m_v.ui);
+            return AssignInteger(out, m_v.ui);
         case TYPE_UINT64:
-            return PrintInteger(out, m_v.ull);
+            return AssignInteger(out, m_v.ull);
         case TYPE_FLOAT:
-            return platform::FormatGeneral(out, static_cast<double>(m_v.f));
+            return AssignFloating(out, static_cast<double>(m_v.f));
         case TYPE_DOUBLE:
-            return platform::FormatGeneral(out, m_v.d);
+            return AssignFloating(out, m_v.d);
+        case TYPE_STRING:
+            return AssignText(out, *m_v.str);
+        case TYPE_WSTRING:
+            return AssignText(out, *m_v.wstr);
         default:
-            return 0;
+            return;
     }
 }
+
+void MultiType::Get(String& out) const { ReadText(out); }
+void MultiType::Get(WString& out) const { ReadText(out); }
 
 bool MultiType::SetTyped(const String& text, TYPE type) {
     switch (type) {

@@ -2,15 +2,26 @@
 
 #include <langinfo.h>
 
-#include <cstring>
-
 namespace platform {
+
+namespace {
+
+/// Compares in place: the call to the C library costs more than the few characters.
+bool AreEqual(const char* a, const char* b) {
+    for (; *a == *b; ++a, ++b) {
+        if (*a == '\0')
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
 
 Encoding NarrowEncoding() {
     const char* codeset = ::nl_langinfo(CODESET);
-    if (std::strcmp(codeset, "UTF-8") == 0)
+    if (AreEqual(codeset, "UTF-8"))
         return Encoding::Utf8;
-    if (std::strcmp(codeset, "ANSI_X3.4-1968") == 0)
+    if (AreEqual(codeset, "ANSI_X3.4-1968"))
         return Encoding::Ascii;
     return Encoding::Other;
 }
