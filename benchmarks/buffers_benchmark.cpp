@@ -1,0 +1,64 @@
+// Tagged values as big-endian bytes and back, beside Qt's streams and the two instructions that it
+// takes.
+#include <cstdint>
+#include <cstring>
+#include <string>
+#ifdef UTILITIES_HAS_QT
+#include <QByteArray>
+#include <QDataStream>
+#include <QIODevice>
+#endif
+
+#include "benchmarks/measure.h"
+#include "utilities/values/multitype.h"
+
+namespace {
+
+using Bytes = unsigned char[8];
+
+void MeasureWriteBytes(__int64 number) {
+    const std::string name = "Bytes/8-byte integer written/";
+    MeasureInto<Bytes>(name + "Utilities", MultiType(number),
+                       [](Bytes& target, const MultiType& value) {
+                           unsigned int size = sizeof target;
+                           return value.GetBigEndianFormatted(target, size, nullptr, nullptr);
+                       });
+    MeasureInto<Bytes>(name + "by hand", number, [](Bytes& target, const __int64& value) {
+        const auto swapped = __builtin_bswap64(static_cast<std::uint64_t>(value));
+        std::memcpy(target, &swapped, sizeof swapped);
+    });
+#ifdef UTILITIES_HAS_QT
+    MeasureInto<QByteArray>(name + "Qt", number, [](QByteArray& target, const __int64& value) {
+        QDataStream(&target, QIODevice::WriteOnly) << value;
+    });
+#endif
+}
+
+void MeasureReadBytes(__int64 number) {
+    const std::string name = "Bytes/8-byte integer read/";
+    const auto swapped = __builtin_bswap64(static_cast<std::uint64_t>(number));
+    MeasureInto<MultiType>(
+        name + "Utilities", swapped, [](MultiType& target, const std::uint64_t& bytes) {
+            return target.SetBigEndianFormatted(&bytes, sizeof bytes, MultiType::TYPE_INT64, 0);
+        });
+    MeasureInto<std::uint64_t>(name + "by hand", swapped,
+                               [](std::uint64_t& target, const std::uint64_t& bytes) {
+                                   std::memcpy(&target, &bytes, sizeof target);
+                                   target = __builtin_bswap64(target);
+                               });
+#ifdef UTILITIES_HAS_QT
+    const QByteArray array(reinterpret_cast<const char*>(&swapped), sizeof swapped);
+    MeasureInto<qint64>(name + "Qt", array, [](qint64& target, const QByteArray& bytes) {
+        QDataStream(bytes) >> target;
+    });
+#endif
+}
+
+const bool REGISTERED = [] {
+    constexpr __int64 LARGE = 123456789012345;
+    MeasureWriteBytes(LARGE);
+    MeasureReadBytes(LARGE);
+    return true;
+}();
+
+}  // namespace
