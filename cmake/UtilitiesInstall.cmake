@@ -34,3 +34,13 @@ foreach(dir LIBDIR INCLUDEDIR)
 endforeach()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/utilities.pc.in ${PROJECT_BINARY_DIR}/utilities.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/utilities.pc DESTINATION ${pkgconfigDir})
+
+# Where GDB looks for what belongs to a library: by the library's full path, below its own data
+# directory, which is that of the prefix /usr. The prefix is the one of the installation.
+set(libDir ${CMAKE_INSTALL_LIBDIR})
+if(NOT IS_ABSOLUTE ${libDir})
+    set(libDir "\${CMAKE_INSTALL_PREFIX}/${libDir}")
+endif()
+install(FILES ${PROJECT_SOURCE_DIR}/utilities/gdb/libUtilities-gdb.py
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/gdb/auto-load${libDir}"
+        RENAME libUtilities.so.${PROJECT_VERSION}-gdb.py)

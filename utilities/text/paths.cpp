@@ -46,17 +46,17 @@ void ChangeExtension(Text<Char>& path, const Text<Char>& extension) {
     path += extension;
 }
 
-/// The separators are looked for in order of preference, wherever they stand.
+/// Replaces what stands behind the separator. They are looked for in order of preference, wherever
+/// they stand.
 template <class Char>
 void ChangeFilename(Text<Char>& path, const Text<Char>& name) {
+    std::size_t start = 0;
     for (const Char separator : {Char('/'), Char('\\'), Char(':')}) {
-        const std::size_t position = path.rfind(separator);
-        if (position != Text<Char>::npos) {
-            path.erase(position + 1);
+        start = path.rfind(separator) + 1;
+        if (start > 0)
             break;
-        }
     }
-    path += name;
+    path.replace(start, Text<Char>::npos, name);
 }
 
 template <class Char>

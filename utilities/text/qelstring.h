@@ -116,7 +116,7 @@ public:
     void SetExtension(const char* extension);
 
     /// Replaces what stands behind the last `/`, or where there is none the last `\`, or else the
-    /// last `:`. Without any of these `name` is added to the whole text.
+    /// last `:`. Without any of these the whole text is replaced.
     void SetFilename(const char* name);
 
     /// Cuts the path into the drive (the first two characters where the second is `:`), the
