@@ -52,7 +52,7 @@ void ExpectAsHost(const std::string& format, Value value) {
 }
 
 /// Every set of flags, with widths and precisions below and above the texts' lengths.
-std::vector<std::string> Specifications() {
+std::vector<std::string> Conversions() {
     std::vector<std::string> all;
     for (unsigned set = 0; set < 32; ++set) {
         std::string flags = "%";
@@ -67,20 +67,20 @@ std::vector<std::string> Specifications() {
 }
 
 TEST(Printf, IntegersAndTextsAreAsTheHostHasThem) {
-    for (const std::string& specification : Specifications()) {
+    for (const std::string& conversion : Conversions()) {
         for (const char type : {'d', 'i', 'u', 'o', 'x', 'X'}) {
             for (const int value : {0, 1, -1, 8, 255, 65536, INT_MAX, INT_MIN}) {
                 for (const char* size : {"", "h", "hh"})
-                    ExpectAsHost(specification + size + type, value);
+                    ExpectAsHost(conversion + size + type, value);
                 for (const char* size : {"l", "ll", "j", "z", "t", "L"})
-                    ExpectAsHost(specification + size + type, (value + 1LL) * 0xFFFFFFFFLL);
+                    ExpectAsHost(conversion + size + type, (value + 1LL) * 0xFFFFFFFFLL);
             }
         }
         for (const std::uintptr_t value : {0U, 0x12U, UINT_MAX})
-            ExpectAsHost(specification + 'p', reinterpret_cast<void*>(value));
-        ExpectAsHost(specification + 'c', 'x');
-        ExpectAsHost(specification + '%', 0);
-        ExpectAsHost(specification + "hs", "text");
+            ExpectAsHost(conversion + 'p', reinterpret_cast<void*>(value));
+        ExpectAsHost(conversion + 'c', 'x');
+        ExpectAsHost(conversion + '%', 0);
+        ExpectAsHost(conversion + "hs", "text");
     }
 }
 
@@ -88,11 +88,11 @@ TEST(Printf, FloatsAreAsTheHostHasThem) {
     constexpr double VALUES[] = {0.0,      -0.0,     0.1,       1.0,  0.5,    2.5,      -1.375,
                                  1e-5,     123456,   1234567,   1e22, -1e100, DBL_MAX,  5e-324,
                                  99999.95, HUGE_VAL, -HUGE_VAL, -NAN, NAN,    9.9999996};
-    for (const std::string& specification : Specifications()) {
+    for (const std::string& conversion : Conversions()) {
         for (const double value : VALUES) {
             for (const char type : {'e', 'E', 'f', 'F', 'g', 'G', 'a', 'A'}) {
-                ExpectAsHost(specification + type, value);
-                ExpectAsHost(specification + 'L' + type, value / 3.0L);
+                ExpectAsHost(conversion + type, value);
+                ExpectAsHost(conversion + 'L' + type, value / 3.0L);
             }
         }
     }

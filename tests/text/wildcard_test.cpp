@@ -10,9 +10,9 @@ using namespace std::string_literals;
 
 bool Both(const std::string& text, const std::string& pattern) {
     const bool narrow = String(text).WildcardMatch(pattern);
-    const std::u16string wideText(text.begin(), text.end());
-    const std::u16string widePattern(pattern.begin(), pattern.end());
-    EXPECT_EQ(WString(wideText).WildcardMatch(widePattern), narrow) << text << " ~ " << pattern;
+    const std::u16string wide(pattern.begin(), pattern.end());
+    EXPECT_EQ(WString(std::u16string(text.begin(), text.end())).WildcardMatch(wide), narrow)
+        << text << " ~ " << pattern;
     return narrow;
 }
 
@@ -20,24 +20,24 @@ bool Both(const std::string& text, const std::string& pattern) {
 bool Oracle(std::string_view text, std::string_view pattern) {
     if (pattern.empty())
         return text.empty();
-    if (pattern[0] == '*')
-        return Oracle(text, pattern.substr(1)) ||
-               (!text.empty() && Oracle(text.substr(1), pattern));
-    return !text.empty() && (pattern[0] == '?' || pattern[0] == text[0]) &&
-           Oracle(text.substr(1), pattern.substr(1));
+    if (pattern[0] == '*' && Oracle(text, pattern.substr(1)))
+        return true;
+    if (text.empty() || (pattern[0] != '*' && pattern[0] != '?' && pattern[0] != text[0]))
+        return false;
+    return Oracle(text.substr(1), pattern.substr(pattern[0] == '*' ? 0 : 1));
 }
 
-TEST(Wildcard, AgreesWithTheDefinitionOnAllShortTexts) {
+TEST(Wildcard, AgreesWithTheDefinitionOnShortTexts) {
     std::mt19937 random(1);
-    const auto pick = [&random](const char* set, std::size_t kinds, std::size_t longest) {
+    const auto pick = [&random](const std::string& set, std::size_t longest) {
         std::string text(random() % (longest + 1), ' ');
         for (char& c : text)
-            c = set[random() % kinds];
+            c = set[random() % set.size()];
         return text;
     };
     int matches = 0;
     for (int i = 0; i < 60000; ++i) {
-        const std::string text = pick("aab", 3, 9), pattern = pick("ab*?", 4, 7);
+        const std::string text = pick("aab", 9), pattern = pick("ab*?", 7);
         ASSERT_EQ(Both(text, pattern), Oracle(text, pattern)) << text << " ~ " << pattern;
         matches += Oracle(text, pattern);
     }
@@ -47,25 +47,19 @@ TEST(Wildcard, AgreesWithTheDefinitionOnAllShortTexts) {
 TEST(Wildcard, ComparesPlainValues) {
     EXPECT_FALSE(Both("a", "A"));
     EXPECT_TRUE(Both("dir/sub\\file.txt", "dir*.txt"));
-    EXPECT_TRUE(Both("a*?", "a*?"));
     EXPECT_FALSE(Both("[a]", "[ab]")) << "no classes";
     EXPECT_FALSE(Both("*", "\\*")) << "no escape";
     EXPECT_TRUE(String("\xE9").WildcardMatch("?"));
     EXPECT_FALSE(WString(u"\u0161").WildcardMatch(u"\u0061"s)) << "units that share a low byte";
     EXPECT_FALSE(WString(u"\u012A").WildcardMatch(u"*a"s));
-    EXPECT_TRUE(String("ab\0cd"s).WildcardMatch("?b\0*"s)) << "both end at their NUL";
-    const std::string pattern = "a*b*c";
-    EXPECT_FALSE(String("aXbXd").WildcardMatch(pattern));
-    EXPECT_EQ(pattern, "a*b*c");
+    EXPECT_TRUE(Both("ab\0cd"s, "?b\0*"s)) << "both end at their NUL";
 }
 
 TEST(Wildcard, NeedsNoMoreThanTheProductOfTheLengths) {
     // 16 runs over 100,000 characters would not end where a failed rest is tried at every place.
-    std::string pattern;
-    for (int i = 0; i < 16; ++i)
-        pattern += "*a?a";
-    EXPECT_FALSE(Both(std::string(100000, 'a'), pattern + "*b"));
-    EXPECT_TRUE(Both(std::string(100000, 'a'), pattern + "*"));
+    const std::string pattern = "*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*";
+    EXPECT_FALSE(Both(std::string(100000, 'a'), pattern + "b"));
+    EXPECT_TRUE(Both(std::string(100000, 'a'), pattern));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-/// Values of every tag beside their flat forms.
+/// Values of every tag beside their flat forms, and values that only a derived class can make.
 #ifndef TESTS_VALUES_FLAT_FORMS_H
 #define TESTS_VALUES_FLAT_FORMS_H
 
@@ -6,6 +6,25 @@
 #include <vector>
 
 #include "utilities/values/multitype.h"
+
+/// A value with any tag.
+class Tagged : public MultiType {
+public:
+    explicit Tagged(int tag) { m_type = static_cast<TYPE>(tag); }
+};
+
+/// A boolean whose byte is above 1, as it arrives from memory.
+class OddBool : public MultiType {
+public:
+    explicit OddBool(unsigned char byte) : MultiType(true) { m_v.b = byte; }
+};
+
+/// Calls `check` with a zero of each type of number.
+void ForEachNumber(auto check) {
+    check(bool()), check(char()), check(short()), check(int()), check(0ll), check(0u), check(0ull);
+    check(static_cast<unsigned char>(0)), check(static_cast<unsigned short>(0));
+    check(0.0f), check(0.0);
+}
 
 struct Flat {
     MultiType value;
