@@ -5,11 +5,18 @@
 #include "utilities/frame/debugline.h"
 #include "utilities/frame/export.h"
 #include "utilities/frame/statuslog.h"
+#include "utilities/locks/lockobj.h"
+#include "utilities/locks/mutexlist.h"
+#include "utilities/locks/relaxed.h"
 #include "utilities/platform/types.h"
 #include "utilities/services/change_notification.h"
 #include "utilities/services/container_ids.h"
 #include "utilities/services/md5.h"
+#include "utilities/services/ticks.h"
+#include "utilities/services/utilityfunctions.h"
 #include "utilities/text/qelstring.h"
+#include "utilities/threads/threadlist.h"
+#include "utilities/threads/threadutils.h"
 #include "utilities/values/multitype.h"
 
 #endif

@@ -1,0 +1,123 @@
+#include "utilities/locks/mutexlist.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <ostream>
+
+#include "utilities/locks/registry_internal.h"
+#include "utilities/platform/clock.h"
+#include "utilities/platform/files.h"
+#include "utilities/services/ticks.h"
+
+namespace {
+
+constexpr char LIST_PATH[] = "MutexList";
+constexpr char LOG_PATH[] = "./MutexLog";
+constexpr char LOG_BACKUP_PATH[] = "./MutexLog.bak";
+constexpr char THREAD_LIST_PATH[] = "./vyThreadList";
+
+constexpr std::uint32_t LONGEST_HOLD = 20000;    // Milliseconds.
+constexpr unsigned int PAUSE_BEFORE_ABORT = 20;  // Milliseconds.
+constexpr std::streamsize LONGEST_THREAD_LIST = 1023;
+
+bool IsInUse(const MutexDbgEntry& record) {
+    return record.InUse.load(std::memory_order_acquire) == RECORD_IN_USE;
+}
+
+std::uint32_t OwnerOf(const MutexDbgEntry& record) {
+    return record.Owner.load(std::memory_order_acquire);
+}
+
+void WriteName(std::ostream& out, const MutexDbgEntry& record) {
+    char name[MUTEX_NAME_SIZE + 1];
+    *std::copy(std::begin(record.Name), std::end(record.Name), name) = '\0';
+    out << name;
+}
+
+void WriteRecord(std::ostream& out, std::uint16_t index, std::uint32_t owner) {
+    const MutexDbgEntry& record = MutexDbgList[index];
+    WriteName(out, record);
+    out << "\t :   " << index << "   -> O:";
+    if (owner != 0) {
+        out << owner;
+        for (const std::uint32_t waiter : record.Waiter) {
+            if (waiter != 0)
+                out << " | W: " << waiter;
+        }
+    }
+    out << std::endl;
+}
+
+// The stamp is read before the clock: one that is made in between would else lie in the future, and
+// the difference would be huge.
+bool IsHeldTooLong(const MutexDbgEntry& record) {
+    const std::uint32_t lockTime = record.LockTime.load(std::memory_order_acquire);
+    return platform::clock() - lockTime > LONGEST_HOLD;
+}
+
+bool IsDeadlocked(const MutexDbgEntry& record) {
+    return IsInUse(record) && OwnerOf(record) != 0 &&
+           std::any_of(std::begin(record.Waiter), std::end(record.Waiter),
+                       [&](std::uint32_t waiter) { return waiter != 0 && IsHeldTooLong(record); });
+}
+
+bool IsAnyDeadlocked() {
+    return std::any_of(MutexDbgList, MutexDbgList + MutexDbgCount.load(std::memory_order_relaxed),
+                       IsDeadlocked);
+}
+
+void RotateReports() {
+    struct _stat status;
+    if (platform::_stat(LOG_PATH, &status) == 0)
+        platform::rename(LOG_PATH, LOG_BACKUP_PATH);
+}
+
+void CopyThreadList(std::ostream& log) {
+    std::ifstream list(THREAD_LIST_PATH);
+    if (!list.is_open())
+        return;
+    char text[LONGEST_THREAD_LIST + 1];
+    list.read(text, LONGEST_THREAD_LIST);
+    text[list.gcount()] = '\0';
+    log << text << std::endl;
+}
+
+void WriteReport() {
+    RotateReports();
+    std::ofstream log(LOG_PATH);
+    if (!log.is_open())
+        return;
+    showMutexList(log, false);
+    CopyThreadList(log);
+}
+
+}  // namespace
+
+void showMutexList(std::ostream& out, bool showAll) {
+    const std::uint16_t count = MutexDbgCount.load(std::memory_order_relaxed);
+    out << "Display Mutex List: --> Mutex Count: " << count << std::endl;
+    out << "Mutex Name: Index -> O: Owner | W: Waiter | W: Waiter  ..." << std::endl;
+    for (std::uint16_t index = 0; index < count; ++index) {
+        if (!IsInUse(MutexDbgList[index]))
+            continue;
+        const std::uint32_t owner = OwnerOf(MutexDbgList[index]);
+        if (owner != 0 || showAll)
+            WriteRecord(out, index, owner);
+    }
+}
+
+void WriteMutexListFile(bool showAll) {
+    std::ofstream file(LIST_PATH);
+    if (file.is_open())
+        showMutexList(file, showAll);
+}
+
+void checkMutexListForDeadlock() {
+    if (!IsAnyDeadlocked())
+        return;
+    WriteReport();
+    BqSleep(PAUSE_BEFORE_ABORT);
+    std::abort();
+}

@@ -1,0 +1,22 @@
+/// Elapsed time and pauses.
+#ifndef UTILITIES_PLATFORM_CLOCK_H
+#define UTILITIES_PLATFORM_CLOCK_H
+
+#include <cstdint>
+
+namespace platform {
+
+/// Milliseconds since the process started, on the monotonic clock, time spent blocked included; a
+/// few milliseconds coarse, and cheap. Wraps after 49.7 days.
+std::uint32_t clock();
+
+/// Milliseconds of the monotonic clock, to the millisecond. Wraps after 49.7 days.
+std::uint32_t GetTickCount();
+
+/// Pauses the calling thread for at least `milliseconds`; no signal ends it early. 0 gives up the
+/// rest of the time slice, 0xFFFFFFFF never ends.
+void Sleep(std::uint32_t milliseconds);
+
+}  // namespace platform
+
+#endif
