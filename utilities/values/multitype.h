@@ -284,6 +284,9 @@ private:
     template <class T>
     UTILITIES_LOCAL void Read(T& out) const;
 
+    /// The type in which two values meet.
+    UTILITIES_LOCAL static TYPE CommonType(const MultiType& v1, const MultiType& v2);
+
     /// The exchange in either order: units of `unit` bytes are reversed.
     UTILITIES_LOCAL bool Write(void* buffer, unsigned int& size, TYPE* type, unsigned int* id,
                                unsigned int unit) const;

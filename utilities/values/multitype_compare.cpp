@@ -60,21 +60,14 @@ int CompareAsSignedChar(const MultiType& a, const MultiType& b) {
 
 /// A negative operand is below every unsigned one; what is left compares as unsigned.
 int CompareMixedInt64(const MultiType& a, const MultiType& b) {
-    if (a.IsSigned() && b.IsSigned())
+    const bool aIsSigned = a.IsSigned(), bIsSigned = b.IsSigned();
+    if (aIsSigned && bIsSigned)
         return CompareAs<__int64>(a, b);
-    if (a.IsSigned() && a.GetAs<__int64>() < 0)
+    if (aIsSigned && a.GetAs<__int64>() < 0)
         return -1;
-    if (b.IsSigned() && b.GetAs<__int64>() < 0)
+    if (bIsSigned && b.GetAs<__int64>() < 0)
         return 1;
     return CompareAs<unsigned __int64>(a, b);
-}
-
-MultiType::TYPE CommonType(const MultiType& v1, const MultiType& v2) {
-    ASSERT(v1.Type() < 15);
-    ASSERT(v2.Type() < 15);
-    if (!layout::IsHeldTag(v1.Type()) || !layout::IsHeldTag(v2.Type()))
-        return MultiType::TYPE_INVALID;
-    return static_cast<MultiType::TYPE>(COMMON_TYPES[v1.Type()][v2.Type()]);
 }
 
 }  // namespace
@@ -113,6 +106,14 @@ int MultiType::compare(const MultiType& a, const MultiType& b, TYPE type) {
             ASSERT(false);
             return 0;
     }
+}
+
+MultiType::TYPE MultiType::CommonType(const MultiType& v1, const MultiType& v2) {
+    if (layout::IsHeldTag(v1.m_type) && layout::IsHeldTag(v2.m_type))
+        return static_cast<TYPE>(COMMON_TYPES[v1.m_type][v2.m_type]);
+    ASSERT(v1.Type() < 15);
+    ASSERT(v2.Type() < 15);
+    return TYPE_INVALID;
 }
 
 bool MultiType::operator==(const MultiType& other) const {
