@@ -7,7 +7,7 @@ namespace platform {
 namespace {
 
 constexpr std::uint32_t BLOCKED = 1;  // beside the results of a wait
-constexpr int SPINS = 60;
+constexpr int LONGEST_PAUSE = 128;
 
 std::uint32_t OwnerOf(std::uint64_t word) {
     return StateOf(word) & ~(STATE_WAITERS | STATE_ABANDONED);
@@ -41,15 +41,17 @@ std::uint32_t TryAcquire(Slot& slot, std::uint64_t tag, std::uint32_t kept, std:
     return WAIT_FAILED;
 }
 
-/// Spins for a moment, as most holders are about to leave.
+/// Spins for a moment, as most holders are about to leave. It looks ever less often, as each look
+/// takes the cache line from the holder.
 std::uint32_t TryAcquireForAMoment(Slot& slot, std::uint64_t tag) {
-    for (int spin = 0; spin < SPINS; ++spin) {
+    for (int pauses = 1; pauses <= LONGEST_PAUSE; pauses *= 2) {
+        for (int i = 0; i < pauses; ++i)
+            Pause();
         if (OwnerOf(slot.word.load(std::memory_order_relaxed)) == 0) {
             const std::uint32_t result = TryAcquire(slot, tag, STATE_WAITERS, 0);
             if (result != BLOCKED)
                 return result;
         }
-        Pause();
     }
     return BLOCKED;
 }

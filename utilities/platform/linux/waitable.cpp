@@ -57,12 +57,13 @@ std::uint32_t WaitForSingleObject(Handle object, std::uint32_t milliseconds) {
     if (KindOf(object) != KIND_MUTEX)
         return WaitForOther(*slot, object, milliseconds);
     const std::uint32_t self = current.locker;
-    std::uint64_t free = TagOf(object);
-    if (self != 0 &&
-        slot->word.compare_exchange_strong(free, TagOf(object) | self, std::memory_order_acquire,
+    const std::uint64_t tag = TagOf(object);
+    std::uint64_t word = slot->word.load(std::memory_order_relaxed);
+    if (self != 0 && word == tag &&
+        slot->word.compare_exchange_strong(word, tag | self, std::memory_order_acquire,
                                            std::memory_order_relaxed))
         return WAIT_OBJECT_0;
-    return AcquireMutexSlowly(*slot, TagOf(object), milliseconds);
+    return AcquireMutexSlowly(*slot, tag, milliseconds);
 }
 
 bool ReleaseMutex(Handle mutex) {
