@@ -20,6 +20,9 @@ inline constexpr int THREAD_PRIORITY_ERROR_RETURN = 0x7FFFFFFF;
 /// The calling thread's id: the kernel's, never 0, right after a fork as well.
 std::uint32_t GetCurrentThreadId();
 
+/// The calling thread's name in the system's own tools, which show its first 15 bytes.
+void SetCurrentThreadName(const char* name);
+
 /// Starts a thread in `start(argument)` and stores its id in `id`, before the thread runs. Null on
 /// failure, with `id` untouched.
 Handle _beginthreadex(unsigned int (*start)(void*), void* argument, unsigned int flags,

@@ -100,6 +100,7 @@ void SystemThread::Enter() {
         const HeldOffLock lock(fieldsLock);
         m_ProcessId = platform::GetCurrentThreadId();
         info = ThreadInfo(m_ProcessId, m_ThreadName);
+        platform::SetCurrentThreadName(m_ThreadName.c_str());
     }
     ThreadList::getInstance()->addThread(info);
 }

@@ -49,7 +49,8 @@ public:
     };
 
     /// Starts nothing. The thread will run `entry` with this object; null means a thread that ends
-    /// at once with exit code 0. A name of any length stays whole here.
+    /// at once with exit code 0. A name of any length stays whole here; the system's own tools show
+    /// its first 15 bytes.
     SystemThread(const std::string& name, unsigned int (*entry)(SystemThread*));
 
     /// `Terminate(0)`, with its line on the standard output in every case.

@@ -1,6 +1,7 @@
 #include "utilities/platform/linux/current.h"
 
 #include <pthread.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -85,6 +86,8 @@ std::uint32_t GetCurrentThreadId() {
         current.id = static_cast<std::uint32_t>(gettid());
     return current.id;
 }
+
+void SetCurrentThreadName(const char* name) { prctl(PR_SET_NAME, name); }
 
 std::uint32_t WatchThreadEnd() {
     const HoldOff hold;
