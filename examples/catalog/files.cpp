@@ -6,6 +6,7 @@
 
 #include <cerrno>
 
+#include "interrupt.h"
 #include "messages.h"
 
 namespace {
@@ -55,6 +56,7 @@ String ReadContents(const Descriptor& root, const std::string& path, Contents& c
     char chunk[64 * 1024];
     contents.size = 0;
     while (contents.size <= size) {
+        StopIfInterrupted();
         const ssize_t got = read(file.Number(), chunk, sizeof chunk);
         if (got < 0)
             return ReasonOf(errno);

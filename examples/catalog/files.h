@@ -39,7 +39,7 @@ struct Contents {
 };
 
 /// Reads a regular file to its end. Returns the reason why that failed, empty on success. A file
-/// that changed or was removed meanwhile counts as failed.
+/// that changed or was removed meanwhile counts as failed. Stops at an interrupt.
 String ReadContents(const Descriptor& root, const std::string& path, Contents& contents);
 
 #endif

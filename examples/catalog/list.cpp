@@ -1,18 +1,24 @@
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
+#include <thread>
 
 #include "commands.h"
+#include "crew.h"
 #include "messages.h"
 #include "table.h"
 #include "walk.h"
 
 namespace {
 
+constexpr int MOST_THREADS = 256;
+
 struct ListedFile {
     std::string path;
     Contents contents;
+    String reason;  ///< Why there are no contents; empty where there are.
 };
 
 /// `directory` may be a symbolic link to one.
@@ -23,17 +29,25 @@ Descriptor OpenRoot(const String& directory) {
     return root;
 }
 
-std::vector<ListedFile> ReadFiles(const Descriptor& root, Tree& tree) {
-    std::vector<ListedFile> files;
-    for (std::string& path : tree.files) {
-        Contents contents;
-        const String reason = ReadContents(root, path, contents);
-        if (reason.empty())
-            files.push_back({std::move(path), std::move(contents)});
-        else
-            tree.failures.push_back({std::move(path), reason});
+/// In the order of the tree, whatever the order in which the threads come to an end with them.
+std::vector<ListedFile> ReadFiles(const Descriptor& root, Tree& tree, int threads) {
+    std::vector<ListedFile> files(tree.files.size());
+    ShareOut(files.size(), threads, [&](std::size_t index) {
+        ListedFile& file = files[index];
+        file.path = std::move(tree.files[index]);
+        file.reason = ReadContents(root, file.path, file.contents);
+    });
+    for (const ListedFile& file : files) {
+        if (!file.reason.empty())
+            tree.failures.push_back({file.path, file.reason});
     }
+    std::erase_if(files, [](const ListedFile& file) { return !file.reason.empty(); });
     return files;
+}
+
+int NumberOfThreads(const CommandLine& line) {
+    const int cores = static_cast<int>(std::thread::hardware_concurrency());
+    return line.NumberOf("threads", 1, MOST_THREADS, std::clamp(cores, 1, MOST_THREADS));
 }
 
 Row RowOf(const ListedFile& file) {
@@ -54,14 +68,15 @@ void PrintTable(const std::vector<ListedFile>& files) {
 
 }  // namespace
 
-ExitStatus List(const Arguments& arguments) {
-    const String& directory = arguments[0];
+ExitStatus List(const CommandLine& line) {
+    const String& directory = line.words[0];
+    const int threads = NumberOfThreads(line);
     const Descriptor root = OpenRoot(directory);
 
     VYStatusLogAppend("looking for files");
-    Tree tree = FindFiles(root, arguments.size() > 1 ? arguments[1] : String("*"));
+    Tree tree = FindFiles(root, line.words.size() > 1 ? line.words[1] : String("*"));
     VYStatusLogAppend("reading the files");
-    const std::vector<ListedFile> files = ReadFiles(root, tree);
+    const std::vector<ListedFile> files = ReadFiles(root, tree, threads);
     for (const Failure& failure : tree.failures)
         Complain(failure.path.empty() ? directory : failure.path, failure.reason);
     VYStatusLogAppend("writing the table");

@@ -1,9 +1,12 @@
 // Keeps a catalogue of a directory tree.
+#include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <exception>
+#include <iterator>
 
 #include "commands.h"
+#include "interrupt.h"
 #include "messages.h"
 
 namespace {
@@ -11,13 +14,14 @@ namespace {
 struct Command {
     const char* name;
     const char* usage;
-    std::size_t leastArguments;
-    std::size_t mostArguments;
-    ExitStatus (*run)(const Arguments&);
+    std::size_t leastWords;
+    std::size_t mostWords;
+    std::vector<Option> options;
+    ExitStatus (*run)(const CommandLine&);
 };
 
-constexpr Command COMMANDS[] = {
-    {"list", "list DIR [PATTERN]", 1, 2, List},
+const Command COMMANDS[] = {
+    {"list", "list DIR [PATTERN] [--threads N]", 1, 2, {{"threads", true}}, List},
 };
 
 ExitStatus ShowUsage() {
@@ -26,25 +30,36 @@ ExitStatus ShowUsage() {
     return STATUS_USAGE;
 }
 
-const Command* FindCommand(const Arguments& words) {
-    for (const Command& command : COMMANDS)
-        if (!words.empty() && words[0] == command.name &&
-            words.size() - 1 >= command.leastArguments && words.size() - 1 <= command.mostArguments)
-            return &command;
-    return nullptr;
-}
-
-ExitStatus Run(const Command& command, const Arguments& words) {
-    const Arguments arguments(words.begin() + 1, words.end());
-    String started(command.name);
+ExitStatus Run(const Command& command, const CommandLine& line, const Arguments& arguments) {
+    String started;
     for (const String& argument : arguments)
-        started.append(" ").append(Escaped(argument));
+        started.append(started.empty() ? "" : " ").append(Escaped(argument));
     VYStatusLogStart();
     VYStatusLogWrite(started.c_str());
 
-    const ExitStatus status = command.run(arguments);
+    const ExitStatus status = command.run(line);
     FinishOutput();
     VYStatusLogAppend(status == STATUS_DONE ? "done" : "done, with failures");
+    return status;
+}
+
+ExitStatus Run(const Arguments& arguments) {
+    const auto command = std::find_if(
+        std::begin(COMMANDS), std::end(COMMANDS),
+        [&](const Command& one) { return !arguments.empty() && arguments[0] == one.name; });
+    if (command == std::end(COMMANDS))
+        return ShowUsage();
+    const auto line = ParseCommandLine({arguments.begin() + 1, arguments.end()}, command->options);
+    if (!line || line->words.size() < command->leastWords ||
+        line->words.size() > command->mostWords)
+        return ShowUsage();
+    return Run(*command, *line, arguments);
+}
+
+/// The last word on a run that failed.
+ExitStatus Fail(const char* reason, const char* logged, ExitStatus status) {
+    std::fprintf(stderr, "catalog: %s\n", reason);
+    VYStatusLogAppend(logged);
     return status;
 }
 
@@ -52,13 +67,14 @@ ExitStatus Run(const Command& command, const Arguments& words) {
 
 int main(int argumentCount, char** arguments) {
     std::setlocale(LC_ALL, "");
+    CatchInterrupts();
     try {
-        const Arguments words(arguments + (argumentCount > 0 ? 1 : 0), arguments + argumentCount);
-        const Command* command = FindCommand(words);
-        return command == nullptr ? ShowUsage() : Run(*command, words);
+        return Run({arguments + (argumentCount > 0 ? 1 : 0), arguments + argumentCount});
+    } catch (const UsageError& error) {
+        return Fail(error.what(), "failed", STATUS_USAGE);
+    } catch (const Interrupted& interrupted) {
+        return Fail(interrupted.what(), interrupted.what(), STATUS_INTERRUPTED);
     } catch (const std::exception& failure) {
-        std::fprintf(stderr, "catalog: %s\n", failure.what());
-        VYStatusLogAppend("failed");
-        return STATUS_FAILED;
+        return Fail(failure.what(), "failed", STATUS_FAILED);
     }
 }

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <memory>
 
+#include "interrupt.h"
 #include "messages.h"
 
 namespace {
@@ -43,6 +44,7 @@ public:
 
     Tree Run() {
         while (!pending.empty()) {
+            StopIfInterrupted();
             const std::string path = std::move(pending.back());
             pending.pop_back();
             LookInto(path);

@@ -18,7 +18,7 @@ struct Tree {
     std::vector<Failure> failures;   ///< What could not be looked into.
 };
 
-/// The regular files below `root` whose own name matches `pattern`.
+/// The regular files below `root` whose own name matches `pattern`. Stops at an interrupt.
 Tree FindFiles(const Descriptor& root, const String& pattern);
 
 #endif

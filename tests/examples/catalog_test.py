@@ -3,6 +3,7 @@
 import hashlib
 import os
 import pathlib
+import signal
 import subprocess
 import sys
 import tempfile
@@ -119,11 +120,35 @@ class Catalog(unittest.TestCase):
         self.assertEqual(self.log("vy-last-stop-status")[0], "list loop")
 
     def test_shows_its_usage_for_wrong_arguments(self):
-        usage = "usage: catalog list DIR [PATTERN]\n"
-        for arguments in ((), ("list",), ("list", "tree", "*", "more"), ("lists", "tree"), ("",)):
+        usage = "usage: catalog list DIR [PATTERN] [--threads N]\n"
+        for arguments in ((), ("list",), ("list", "tree", "*", "more"), ("lists", "tree"), ("",),
+                          ("list", "tree", "--thread", "1"), ("list", "tree", "--threads")):
             with self.subTest(arguments):
                 self.assertEqual(self.run_catalog(*arguments), (2, "", usage))
         self.assertFalse(os.path.exists(os.path.join(self.work, "vy-current-status")))
+        for number in ("", "0", "257", "1x", "-1"):
+            self.assertEqual(self.run_catalog("list", "tree", "--threads", number),
+                             (2, "", "catalog: --threads: not a number from 1 to 256\n"))
+
+    def test_gives_the_same_table_whatever_the_number_of_threads(self):
+        for number in range(300):
+            self.put(f"{number}", b"x" * (number * 7919 % 50000))
+        expected = self.run_catalog("list", "tree", "--threads", "1")
+        self.assertIn("\n300 files, ", expected[1])
+        for threads in ("2", "7", "256"):
+            self.assertEqual(self.run_catalog("list", "--threads", threads, "--", "tree"), expected)
+
+    def test_ends_in_an_orderly_way_on_interrupt(self):
+        self.put("endless")
+        os.truncate(os.path.join(self.tree, "endless"), 1 << 40)
+        started = subprocess.Popen([PROGRAM, "list", "tree"], cwd=self.work, text=True,
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        while not os.path.exists(os.path.join(self.work, "vy-current-status")) \
+                or self.log()[-1] != "reading the files":
+            self.assertIsNone(started.poll())
+        started.send_signal(signal.SIGINT)
+        self.assertEqual(started.communicate(timeout=50), ("", "catalog: interrupted\n"))
+        self.assertEqual((started.returncode, self.log()[-1]), (130, "interrupted"))
 
 
 unittest.main()

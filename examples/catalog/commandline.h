@@ -1,0 +1,44 @@
+/// The words and options of a command line.
+#ifndef CATALOG_COMMANDLINE_H
+#define CATALOG_COMMANDLINE_H
+
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <vector>
+
+#include "utilities/utilities.h"
+
+using Arguments = std::vector<String>;
+
+/// "--name VALUE", or "--name" alone.
+struct Option {
+    const char* name;
+    bool takesValue;
+};
+
+struct CommandLine {
+    Arguments words;
+    std::map<String, String> options;  ///< By their names without the dashes.
+
+    bool Has(const char* option) const { return options.count(option) != 0; }
+
+    /// Null for an option that wasn't given.
+    const String* ValueOf(const char* option) const;
+
+    /// The value of an option that is a number from `least` to `most`; `otherwise` where it wasn't
+    /// given.
+    int NumberOf(const char* option, int least, int most, int otherwise) const;
+};
+
+/// A command line that makes no sense; `what` tells why.
+class UsageError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Splits `arguments` into words and options, which can stand in any order; behind "--" all are
+/// words. Nothing where there is an option that isn't one of `known`, or lacks its value.
+std::optional<CommandLine> ParseCommandLine(const Arguments& arguments,
+                                            const std::vector<Option>& known);
+
+#endif
