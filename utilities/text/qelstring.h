@@ -126,9 +126,9 @@ public:
     void SplitPath(std::basic_string<char>* drive, std::basic_string<char>* directory,
                    std::basic_string<char>* name, std::basic_string<char>* extension) const;
 
-    /// Replaces the text by the parts behind each other, with a `:` behind a drive, a `\` behind a
-    /// directory and a `.` ahead of an extension that have none; an empty part adds nothing. A
-    /// result of over 259 characters gives the empty text.
+    /// Replaces the text by the parts behind each other, with a colon behind a drive, a backslash
+    /// behind a directory and a dot ahead of an extension that have none; an empty part adds
+    /// nothing. A result of over 259 characters gives the empty text.
     void MakePath(const std::basic_string<char>& drive, const std::basic_string<char>& directory,
                   const std::basic_string<char>& name, const std::basic_string<char>& extension);
 
