@@ -1,0 +1,136 @@
+// Each operation with its first, its second and every further allocation failing in turn: the
+// exception passes, nothing leaks, and the object does its work when it is asked again.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <sstream>
+
+#include "utilities/utilities.h"
+
+namespace {
+
+constexpr int NEVER = -1;
+
+// Of this thread only: what another one does meanwhile is its own matter.
+thread_local int allocationsUntilFailure = NEVER;
+thread_local long liveAllocations = 0;
+
+void* Allocate(std::size_t size) noexcept {
+    if (allocationsUntilFailure == 0)
+        return nullptr;
+    if (allocationsUntilFailure != NEVER)
+        --allocationsUntilFailure;
+    void* const block = std::malloc(size);
+    if (block != nullptr)
+        ++liveAllocations;
+    return block;
+}
+
+void Release(void* block) noexcept {
+    if (block != nullptr)
+        --liveAllocations;
+    std::free(block);
+}
+
+template <class Make, class Act>
+bool SurvivesFailureOf(int allocation, Make make, Act act) {
+    auto subject = make();
+    bool hasFailed = false;
+    allocationsUntilFailure = allocation;
+    try {
+        act(*subject);
+    } catch (const std::bad_alloc&) {
+        hasFailed = true;
+    }
+    allocationsUntilFailure = NEVER;
+    if (hasFailed)
+        act(*subject);
+    return !hasFailed;
+}
+
+/// Runs `act` on what `make` makes.
+template <class Make, class Act>
+void Survives(const char* what, Make make, Act act) {
+    // What the libraries keep from the first time on is no leak.
+    SurvivesFailureOf(NEVER, make, act);
+    int allocation = 0;
+    for (bool isDone = false; !isDone; ++allocation) {
+        const long before = liveAllocations;
+        isDone = SurvivesFailureOf(allocation, make, act);
+        EXPECT_EQ(liveAllocations, before) << what << ", allocation " << allocation;
+    }
+    EXPECT_GT(allocation, 1) << what << " allocates nothing";
+}
+
+const char LONG_TEXT[] = "a text that has no room in the object itself, whatever its units are";
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    void* const block = Allocate(size);
+    if (block == nullptr)
+        throw std::bad_alloc();
+    return block;
+}
+void* operator new[](std::size_t size) { return operator new(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void operator delete(void* block) noexcept { Release(block); }
+void operator delete[](void* block) noexcept { Release(block); }
+void operator delete(void* block, std::size_t) noexcept { Release(block); }
+void operator delete[](void* block, std::size_t) noexcept { Release(block); }
+
+TEST(FailingAllocation, LeavesTextsSound) {
+    const auto narrow = [] { return std::make_unique<String>(LONG_TEXT); };
+    const auto wide = [] { return std::make_unique<WString>(LONG_TEXT); };
+    Survives("widening", narrow, [](String& text) { EXPECT_FALSE(WString(text).empty()); });
+    Survives("narrowing", wide, [](WString& text) { EXPECT_FALSE(String(text).empty()); });
+    Survives("formatting", narrow, [](String& text) {
+        text.Format("%200d", 1);
+        EXPECT_EQ(text.size(), 200u);
+    });
+    Survives("a file name", narrow, [](String& text) {
+        text.SetFilename((std::string(LONG_TEXT) + LONG_TEXT).c_str());
+        EXPECT_EQ(text, std::string(LONG_TEXT) + LONG_TEXT);
+    });
+    Survives("the parts of a path", narrow, [](String& text) {
+        std::string drive, directory, name, extension;
+        text.SplitPath(&drive, &directory, &name, &extension);
+        EXPECT_EQ(name + extension, LONG_TEXT);
+    });
+}
+
+TEST(FailingAllocation, LeavesValuesSound) {
+    const auto text = [] { return std::make_unique<MultiType>(String(LONG_TEXT)); };
+    Survives("a copy", text,
+             [](MultiType& value) { EXPECT_EQ(MultiType(value).GetAs<String>(), LONG_TEXT); });
+    Survives("an assignment", text, [](MultiType& value) {
+        MultiType other{WString(LONG_TEXT)};
+        other = value;
+        EXPECT_EQ(other.Type(), MultiType::TYPE_STRING);
+    });
+    Survives("the other width", text,
+             [](MultiType& value) { EXPECT_EQ(value.GetAs<WString>(), WString(LONG_TEXT)); });
+    Survives("flat memory", text, [](MultiType& value) {
+        EXPECT_TRUE(value.Set(LONG_TEXT, sizeof LONG_TEXT, MultiType::TYPE_STRING, 0));
+    });
+}
+
+TEST(FailingAllocation, LeavesThreadsAndLocksSound) {
+    const auto thread = [] {
+        return std::make_unique<SystemThread>("a name that is longer than its object", nullptr);
+    };
+    Survives("a thread's name", thread, [](SystemThread& one) {
+        one.setThreadName(one.getThreadName() + LONG_TEXT);
+        EXPECT_EQ(one.getThreadName().substr(0, 6), "a name");
+    });
+    Survives(
+        "a listing", [] { return std::make_unique<MutexLock>(LONG_TEXT); },
+        [](MutexLock&) {
+            std::ostringstream out;
+            out.exceptions(std::ios::badbit);
+            showMutexList(out, true);
+        });
+}
