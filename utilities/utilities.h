@@ -2,6 +2,8 @@
 #ifndef UTILITIES_UTILITIES_H
 #define UTILITIES_UTILITIES_H
 
+#include "utilities/cache/cachemanager.h"
+#include "utilities/cache/cachenode.h"
 #include "utilities/frame/debugline.h"
 #include "utilities/frame/export.h"
 #include "utilities/frame/statuslog.h"

@@ -1,0 +1,169 @@
+// A cache of 1000 blocks of 4 KiB in front of a store: look-ups of which nine in ten ask for one of
+// a few blocks, some of them much more often than others, and a miss brings a block in. The first
+// bytes of a block stand for its content, so that what is measured is the cache and not the
+// copying.
+#include <benchmark/benchmark.h>
+#ifdef UTILITIES_HAS_POCO
+#include <Poco/LRUCache.h>
+#endif
+#ifdef UTILITIES_HAS_QT
+#include <QCache>
+#endif
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <iterator>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <random>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "utilities/cache/cachemanager.h"
+
+namespace {
+
+constexpr unsigned int NODE_COUNT = 1000;
+constexpr unsigned int BLOCK_SIZE = 4096;
+constexpr std::size_t LOOKUP_COUNT = 1 << 16;
+
+struct Block {
+    explicit Block(unsigned int id) { std::memcpy(bytes, &id, sizeof id); }  // the rest as it is
+    unsigned char bytes[BLOCK_SIZE];
+};
+
+std::vector<unsigned int> Lookups() {
+    constexpr unsigned int HOT_COUNT = 600;
+    std::mt19937 random(1);
+    std::uniform_real_distribution<double> share(0, 1);
+    std::vector<unsigned int> ids(LOOKUP_COUNT);
+    unsigned int cold = HOT_COUNT;
+    for (unsigned int& id : ids) {
+        const double place = share(random);
+        id = share(random) < 0.92 ? static_cast<unsigned int>(HOT_COUNT * place * place) : cold++;
+    }
+    return ids;
+}
+
+// Two nodes are made for each of one that is asked for the read cache; the write cache has the
+// number that is wanted, and all its nodes stay clean.
+class OwnWriteCache : public CacheManager {
+public:
+    OwnWriteCache() : CacheManager(NODE_COUNT - 20, BLOCK_SIZE) {}
+    void writeBackNode(CacheNode*) override {}
+    const unsigned char* Find(unsigned int id) {
+        const CacheNode* const node = searchNodeID_InWC(id);
+        return node != nullptr ? node->getNodeData() : nullptr;
+    }
+    void Add(unsigned int id) { std::memcpy(addNodeID_ToWC(id)->getNodeData(), &id, sizeof id); }
+};
+
+class OwnReadCache : public CacheManager {
+public:
+    OwnReadCache() : CacheManager(2 * NODE_COUNT - 20, BLOCK_SIZE) {}
+    void writeBackNode(CacheNode*) override {}
+    const unsigned char* Find(unsigned int id) {
+        const CacheNode* const node = searchNodeID_InRC(id);
+        return node != nullptr ? node->getNodeData() : nullptr;
+    }
+    void Add(unsigned int id) {
+        CacheNode* const node = addNodeID_ToRC(id);
+        std::memcpy(node->getNodeData(), &id, sizeof id);
+        node->setNodeState(1);
+    }
+};
+
+class ListAndHash {
+public:
+    const unsigned char* Find(unsigned int id) {
+        const auto found = places_.find(id);
+        if (found == places_.end())
+            return nullptr;
+        blocks_.splice(blocks_.end(), blocks_, found->second);
+        return found->second->second.bytes;
+    }
+    void Add(unsigned int id) {
+        if (blocks_.size() == NODE_COUNT) {
+            places_.erase(blocks_.front().first);
+            blocks_.pop_front();
+        }
+        blocks_.emplace_back(id, id);
+        places_[id] = std::prev(blocks_.end());
+    }
+
+private:
+    std::list<std::pair<unsigned int, Block>> blocks_;
+    std::unordered_map<unsigned int, std::list<std::pair<unsigned int, Block>>::iterator> places_;
+};
+
+// As the write cache, whose moves take a lock that is recursive.
+class LockedListAndHash : public ListAndHash {
+public:
+    const unsigned char* Find(unsigned int id) {
+        const std::lock_guard<std::recursive_mutex> lock(mutex_);
+        return ListAndHash::Find(id);
+    }
+
+private:
+    std::recursive_mutex mutex_;
+};
+
+#ifdef UTILITIES_HAS_POCO
+class PocoCache {
+public:
+    const unsigned char* Find(unsigned int id) {
+        found_ = cache_.get(id);
+        return found_.isNull() ? nullptr : found_->bytes;
+    }
+    void Add(unsigned int id) { cache_.add(id, Poco::SharedPtr<Block>(new Block(id))); }
+
+private:
+    Poco::LRUCache<unsigned int, Block> cache_{NODE_COUNT};
+    Poco::SharedPtr<Block> found_;
+};
+#endif
+
+#ifdef UTILITIES_HAS_QT
+class QtCache {
+public:
+    const unsigned char* Find(unsigned int id) {
+        const Block* const block = cache_.object(id);
+        return block != nullptr ? block->bytes : nullptr;
+    }
+    void Add(unsigned int id) { cache_.insert(id, new Block(id)); }
+
+private:
+    QCache<unsigned int, Block> cache_{NODE_COUNT};
+};
+#endif
+
+template <class Cache>
+void SkewedLookups(benchmark::State& state) {
+    const std::vector<unsigned int> ids = Lookups();
+    const auto cache = std::make_unique<Cache>();
+    std::size_t hits = 0, next = 0;
+    for (auto _ : state) {
+        const unsigned int id = ids[next++ % LOOKUP_COUNT];
+        const unsigned char* const data = cache->Find(id);
+        if (data == nullptr)
+            cache->Add(id);
+        else
+            hits += std::memcmp(data, &id, sizeof id) == 0;
+    }
+    state.counters["hits"] = static_cast<double>(hits) / static_cast<double>(next);
+}
+BENCHMARK(SkewedLookups<OwnWriteCache>)->Name("Cache/SkewedLookups/Utilities, write cache");
+BENCHMARK(SkewedLookups<OwnReadCache>)->Name("Cache/SkewedLookups/Utilities, read cache");
+BENCHMARK(SkewedLookups<ListAndHash>)->Name("Cache/SkewedLookups/std list and hash");
+BENCHMARK(SkewedLookups<LockedListAndHash>)->Name("Cache/SkewedLookups/std with a lock");
+#ifdef UTILITIES_HAS_POCO
+BENCHMARK(SkewedLookups<PocoCache>)->Name("Cache/SkewedLookups/Poco");
+#endif
+#ifdef UTILITIES_HAS_QT
+BENCHMARK(SkewedLookups<QtCache>)->Name("Cache/SkewedLookups/Qt");
+#endif
+
+}  // namespace
