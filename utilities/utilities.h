@@ -4,6 +4,8 @@
 
 #include "utilities/cache/cachemanager.h"
 #include "utilities/cache/cachenode.h"
+#include "utilities/files/binaryfile.h"
+#include "utilities/files/mappedfile.h"
 #include "utilities/frame/debugline.h"
 #include "utilities/frame/export.h"
 #include "utilities/frame/statuslog.h"
