@@ -17,10 +17,15 @@
 #include "utilities/services/container_ids.h"
 #include "utilities/services/md5.h"
 #include "utilities/services/ticks.h"
+#include "utilities/services/unique_id.h"
 #include "utilities/services/utilityfunctions.h"
 #include "utilities/text/qelstring.h"
 #include "utilities/threads/threadlist.h"
 #include "utilities/threads/threadutils.h"
+#include "utilities/time/bqgmtime.h"
+#include "utilities/time/bqlocaldate.h"
+#include "utilities/time/bqlocaltimeofday.h"
+#include "utilities/time/bqtime.h"
 #include "utilities/values/multitype.h"
 
 #endif

@@ -275,7 +275,7 @@ TEST(MutexLock, CanBeListedWhileManyThreadsNestLocksAndComeAndGo) {
         });
     }
     const std::regex list(
-        "(.*\n){2}((MTX_\\d+|outer|(in|not )?[a-z ]*|a name of 24 characters.)?"
+        "(.*\n){2}((MTX_\\d+|BqGMTime::tm_mutex|outer|(in|not )?[a-z ]*|a name of 24 characters.)?"
         "\t :   \\d+   -> O:(\\d+( \\| W: \\d+){0,5})?\n)*");
     for (int i = 0; i < 200; ++i) {
         const std::string text = List(i % 2 == 0);

@@ -1,5 +1,8 @@
 #include "utilities/frame/static_objects_internal.h"
 
+#include "utilities/locks/lockobj.h"
+#include "utilities/time/bqgmtime.h"
+
 // One source for all of them: only within one source is the order of construction, and with it the
 // reverse order of destruction, that of the definitions. This system's loader tells a library
 // nothing of threads that start or end, so there is no notification to decline here.
@@ -8,6 +11,7 @@ const String StatusLogCurrentPath("./vy-current-status");
 const String StatusLogLastStopPath("./vy-last-stop-status");
 const String String::sEmpty;
 const WString WString::sEmpty;
+MutexLock BqGMTime::tm_mutex("BqGMTime::tm_mutex");
 const String NarrowFalseText("0");
 const String NarrowTrueText("1");
 const WString WideFalseText(u"0");

@@ -1,0 +1,67 @@
+#include "utilities/platform/calendar.h"
+
+#include <algorithm>
+
+#include "tests/fakes/calendar.h"
+#include "utilities/platform/random.h"
+
+namespace platform {
+
+namespace {
+
+using fakes::calendar;
+
+tm record;
+std::int32_t timezoneInUse;
+
+/// The next of them; the last one stays.
+template <class List>
+auto Take(List& list) {
+    const auto first = list.front();
+    if (list.size() > 1)
+        list.erase(list.begin());
+    return first;
+}
+
+const tm* Convert(char call, int daylight) {
+    calendar.calls += call;
+    if (calendar.changing != nullptr)
+        ++*calendar.changing;
+    const char letter = Take(calendar.records);
+    record = {};
+    record.tm_hour = letter;
+    record.tm_isdst = daylight;
+    return letter != '-' ? &record : nullptr;
+}
+
+}  // namespace
+
+std::int32_t time(std::int32_t* seconds) {
+    if (seconds != nullptr)
+        *seconds = calendar.now;
+    return calendar.now;
+}
+
+const tm* localtime(const std::int32_t*) { return Convert('l', 1); }
+const tm* gmtime(const std::int32_t*) { return Convert('g', calendar.gmDaylight); }
+
+std::int32_t mktime(tm* fields) {
+    calendar.calls += fields->tm_isdst == 0 ? 'm' : 'M';
+    const std::int32_t seconds = Take(calendar.seconds);
+    timezoneInUse = Take(calendar.zones);
+    if (seconds != -1)
+        fields->tm_min = 7;
+    return seconds;
+}
+
+void _tzset() { calendar.calls += 'z'; }
+std::int32_t _timezone() { return timezoneInUse; }
+
+int rand() {
+    calendar.calls += 'r';
+    return Take(calendar.randoms);
+}
+
+void srand(unsigned int seed) { calendar.calls += "s" + std::to_string(static_cast<int>(seed)); }
+
+}  // namespace platform
