@@ -13,9 +13,15 @@ namespace {
 
 constexpr char CHANGED[] = "changed while it was read";
 
+Look LookOf(const struct stat& status) {
+    constexpr __int64 NANOSECONDS = 1'000'000'000;
+    return {static_cast<unsigned __int64>(status.st_size),
+            status.st_mtim.tv_sec * NANOSECONDS + status.st_mtim.tv_nsec};
+}
+
 bool IsUnchanged(const struct stat& before, const struct stat& after) {
-    return after.st_size == before.st_size && after.st_mtim.tv_sec == before.st_mtim.tv_sec &&
-           after.st_mtim.tv_nsec == before.st_mtim.tv_nsec && after.st_nlink > 0;
+    const Look first = LookOf(before), last = LookOf(after);
+    return last.size == first.size && last.modified == first.modified && after.st_nlink > 0;
 }
 
 }  // namespace
@@ -43,6 +49,15 @@ Descriptor OpenBelow(const Descriptor& root, const std::string& path, int flags)
     return Descriptor(openat(parent, name, flags | O_NOFOLLOW | O_CLOEXEC));
 }
 
+bool LookAt(const Descriptor& root, const std::string& path, Look& look) {
+    const Descriptor file = OpenBelow(root, path, O_PATH);
+    struct stat status;
+    if (!file.IsOpen() || fstat(file.Number(), &status) != 0)
+        return false;
+    look = LookOf(status);
+    return true;
+}
+
 String ReadContents(const Descriptor& root, const std::string& path, Contents& contents) {
     const Descriptor file = OpenBelow(root, path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     struct stat before, after;
@@ -51,11 +66,11 @@ String ReadContents(const Descriptor& root, const std::string& path, Contents& c
     if (!S_ISREG(before.st_mode))
         return CHANGED;
 
-    const auto size = static_cast<unsigned __int64>(before.st_size);
+    contents.look = LookOf(before);
     MD5 md5;
     char chunk[64 * 1024];
-    contents.size = 0;
-    while (contents.size <= size) {
+    unsigned __int64 size = 0;
+    while (size <= contents.look.size) {
         StopIfInterrupted();
         const ssize_t got = read(file.Number(), chunk, sizeof chunk);
         if (got < 0)
@@ -63,11 +78,11 @@ String ReadContents(const Descriptor& root, const std::string& path, Contents& c
         if (got == 0)
             break;
         md5.update(chunk, static_cast<unsigned int>(got));
-        contents.size += static_cast<unsigned __int64>(got);
+        size += static_cast<unsigned __int64>(got);
     }
     if (fstat(file.Number(), &after) != 0)
         return ReasonOf(errno);
-    if (contents.size != size || !IsUnchanged(before, after))
+    if (size != contents.look.size || !IsUnchanged(before, after))
         return CHANGED;
     md5.finalize();
     contents.digest = md5.hex_digest();

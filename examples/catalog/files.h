@@ -32,11 +32,20 @@ private:
 /// be longer than the system takes in one call. Where the result isn't open, `errno` tells why.
 Descriptor OpenBelow(const Descriptor& root, const std::string& path, int flags);
 
+/// What the system tells of a file.
+struct Look {
+    unsigned __int64 size = 0;
+    __int64 modified = 0;  ///< Nanoseconds since 1970.
+};
+
 /// What was read from a file.
 struct Contents {
-    unsigned __int64 size;
+    Look look;
     String digest;
 };
+
+/// False where the file can't be looked at.
+bool LookAt(const Descriptor& root, const std::string& path, Look& look);
 
 /// Reads a regular file to its end. Returns the reason why that failed, empty on success. A file
 /// that changed or was removed meanwhile counts as failed. Stops at an interrupt.

@@ -1,19 +1,13 @@
-#include <fcntl.h>
-
-#include <algorithm>
-#include <cerrno>
-#include <system_error>
-#include <thread>
+#include <vector>
 
 #include "commands.h"
 #include "crew.h"
+#include "dates.h"
+#include "directory.h"
 #include "messages.h"
 #include "table.h"
-#include "walk.h"
 
 namespace {
-
-constexpr int MOST_THREADS = 256;
 
 struct ListedFile {
     std::string path;
@@ -21,21 +15,14 @@ struct ListedFile {
     String reason;  ///< Why there are no contents; empty where there are.
 };
 
-/// `directory` may be a symbolic link to one.
-Descriptor OpenRoot(const String& directory) {
-    Descriptor root(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!root.IsOpen())
-        throw std::system_error(errno, std::generic_category(), Escaped(directory));
-    return root;
-}
-
 /// In the order of the tree, whatever the order in which the threads come to an end with them.
-std::vector<ListedFile> ReadFiles(const Descriptor& root, Tree& tree, int threads) {
+std::vector<ListedFile> ReadFiles(Directory& directory, int threads) {
+    Tree& tree = directory.tree;
     std::vector<ListedFile> files(tree.files.size());
     ShareOut(files.size(), threads, [&](std::size_t index) {
         ListedFile& file = files[index];
         file.path = std::move(tree.files[index]);
-        file.reason = ReadContents(root, file.path, file.contents);
+        file.reason = ReadContents(directory.root, file.path, file.contents);
     });
     for (const ListedFile& file : files) {
         if (!file.reason.empty())
@@ -45,13 +32,9 @@ std::vector<ListedFile> ReadFiles(const Descriptor& root, Tree& tree, int thread
     return files;
 }
 
-int NumberOfThreads(const CommandLine& line) {
-    const int cores = static_cast<int>(std::thread::hardware_concurrency());
-    return line.NumberOf("threads", 1, MOST_THREADS, std::clamp(cores, 1, MOST_THREADS));
-}
-
 Row RowOf(const ListedFile& file) {
-    return {Escaped(file.path), file.contents.size, file.contents.digest};
+    return {Escaped(file.path), file.contents.look.size, ShownModification(file.contents.look),
+            file.contents.digest};
 }
 
 void PrintTable(const std::vector<ListedFile>& files) {
@@ -61,7 +44,7 @@ void PrintTable(const std::vector<ListedFile>& files) {
     unsigned __int64 bytes = 0;
     for (const ListedFile& file : files) {
         PrintLine(table.Line(RowOf(file)));
-        bytes += file.contents.size;
+        bytes += file.contents.look.size;
     }
     PrintLine(Counted(files.size(), "file") + ", " + Counted(bytes, "byte"));
 }
@@ -69,17 +52,17 @@ void PrintTable(const std::vector<ListedFile>& files) {
 }  // namespace
 
 ExitStatus List(const CommandLine& line) {
-    const String& directory = line.words[0];
     const int threads = NumberOfThreads(line);
-    const Descriptor root = OpenRoot(directory);
-
+    const BqDateRange range = RangeOf(line);
     VYStatusLogAppend("looking for files");
-    Tree tree = FindFiles(root, line.words.size() > 1 ? line.words[1] : String("*"));
+    const String& path = line.words[0];
+    Directory directory(path, line.words.size() > 1 ? line.words[1] : String("*"));
+    KeepModifiedWithin(range, directory.root, directory.tree.files);
     VYStatusLogAppend("reading the files");
-    const std::vector<ListedFile> files = ReadFiles(root, tree, threads);
-    for (const Failure& failure : tree.failures)
-        Complain(failure.path.empty() ? directory : failure.path, failure.reason);
+    const std::vector<ListedFile> files = ReadFiles(directory, threads);
+    for (const Failure& failure : directory.tree.failures)
+        Complain(failure.path.empty() ? path : failure.path, failure.reason);
     VYStatusLogAppend("writing the table");
     PrintTable(files);
-    return tree.failures.empty() ? STATUS_DONE : STATUS_FAILED;
+    return directory.tree.failures.empty() ? STATUS_DONE : STATUS_FAILED;
 }

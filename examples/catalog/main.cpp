@@ -21,7 +21,26 @@ struct Command {
 };
 
 const Command COMMANDS[] = {
-    {"list", "list DIR [PATTERN] [--threads N]", 1, 2, {{"threads", true}}, List},
+    {"list",
+     "list DIR [PATTERN] [--since DATE] [--until DATE] [--threads N]",
+     1,
+     2,
+     {{"since", true}, {"until", true}, {"threads", true}},
+     List},
+    {"scan",
+     "scan DIR --store FILE [--threads N] [--quiet]",
+     1,
+     1,
+     {{"store", true}, {"threads", true}, {"quiet", false}},
+     ScanDirectory},
+    {"show", "show --store FILE", 0, 0, {{"store", true}}, Show},
+    {"find", "find PATTERN --store FILE", 1, 1, {{"store", true}}, Find},
+    {"verify",
+     "verify --store FILE [--threads N] [--quiet]",
+     0,
+     0,
+     {{"store", true}, {"threads", true}, {"quiet", false}},
+     Verify},
 };
 
 ExitStatus ShowUsage() {

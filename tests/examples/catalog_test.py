@@ -37,15 +37,16 @@ class Catalog(unittest.TestCase):
         self.tree = os.path.join(self.work, "tree")
         os.mkdir(self.tree)
 
-    def put(self, name, content=b""):
+    def put(self, name, content=b"", modified=86400 * 15000):
         path = pathlib.Path(self.tree, os.fsdecode(name))
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_bytes(content)
+        os.utime(path, (modified, modified))
 
     def run_catalog(self, *arguments, prefix=(), locale="C.UTF-8", stdout=subprocess.PIPE):
         done = subprocess.run([*prefix, PROGRAM, *arguments], cwd=self.work, stdout=stdout,
                               stderr=subprocess.PIPE, encoding="utf-8", timeout=50,
-                              env={**os.environ, "LC_ALL": locale})
+                              env={**os.environ, "LC_ALL": locale, "TZ": "America/New_York"})
         return done.returncode, done.stdout, done.stderr
 
     def names_listed(self, *arguments, **options):
@@ -63,7 +64,8 @@ class Catalog(unittest.TestCase):
             rows.append((NAMES[name], len(content), hashlib.md5(content).hexdigest()))
         total = sum(size for _, size, _ in rows)
         names, sizes = max(len(row[0]) for row in rows), max(len(str(row[1])) for row in rows)
-        table = "".join(f"{name:{names}}  {size:{sizes}}  {md5}\n" for name, size, md5 in rows)
+        table = "".join(f"{name:{names}}  {size:{sizes}}  19:00:00 01/25/11  {md5}\n"
+                        for name, size, md5 in rows)
         self.assertEqual(self.run_catalog("list", "tree"),
                          (0, f"{table}{len(rows)} files, {total} bytes\n", ""))
         self.assertEqual((self.log()[0], self.log()[-1]), ("list tree", "done"))
@@ -104,6 +106,35 @@ class Catalog(unittest.TestCase):
         self.assertIn("catalog: mem: Input/output error\n",
                       self.run_catalog("list", "/proc/self", "mem")[2])
 
+    def test_selects_by_the_local_date_of_the_last_change(self):
+        # New York is 5 hours behind GMT, 4 in summer.
+        midnight, summer = 1609477200, 1625112000  # 2021-01-01, 2021-07-01
+        times = {"a": midnight - 1, "b": midnight, "c": summer - 1, "d": summer, "e": 1, "f": -9,
+                 "g": 2**31 + 5}
+        for name, modified in times.items():
+            self.put(name, modified=modified)
+        for options, expected in (("", "abcdefg"), ("--since 2021-01-01", "bcdg"),
+                                  ("--until 2020-12-31", "aef"),
+                                  ("--since 2021-01-01 --until 2021-06-30", "bc"),
+                                  ("--until 1999-01-01 --until 2021-07-01", "abcdef"),
+                                  ("--since 2037-12-31", "g"), ("--until 1971-01-01", "ef"),
+                                  ("--since 2021-07-01 --until 2021-06-30", "")):
+            with self.subTest(options):
+                self.assertEqual(self.names_listed("tree", *options.split()),
+                                 (0, list(expected), ""))
+        lines = self.run_catalog("list", "tree")[1].splitlines()[:7]
+        shown = [line.split("  ")[2] for line in lines]
+        self.assertEqual([text.strip() for text in shown],
+                         ["23:59:59 12/31/20", "00:00:00 01/01/21", "23:59:59 06/30/21",
+                          "00:00:00 07/01/21"] + 3 * ["Invalid time"])
+        for date in ("2021-02-29", "2021-13-01", "2021-00-10", "2021-01-00", "1970-12-31",
+                     "2038-01-01", "21-1-1", "2021-01-01x", "2021/01/01", "x\n", ""):
+            with self.subTest(date):
+                name = date.replace("\n", "\\n")
+                self.assertEqual(self.run_catalog("list", "tree", "--since", date),
+                                 (2, "", f"catalog: --since {name}: not a date from 1971-01-01 to "
+                                         "2037-12-31, written like 2021-12-31\n"))
+
     def test_says_in_one_line_why_there_is_no_table(self):
         self.put("file")
         os.symlink("loop", os.path.join(self.work, "loop"))
@@ -120,7 +151,11 @@ class Catalog(unittest.TestCase):
         self.assertEqual(self.log("vy-last-stop-status")[0], "list loop")
 
     def test_shows_its_usage_for_wrong_arguments(self):
-        usage = "usage: catalog list DIR [PATTERN] [--threads N]\n"
+        usage = ("usage: catalog list DIR [PATTERN] [--since DATE] [--until DATE] [--threads N]\n"
+                 "usage: catalog scan DIR --store FILE [--threads N] [--quiet]\n"
+                 "usage: catalog show --store FILE\n"
+                 "usage: catalog find PATTERN --store FILE\n"
+                 "usage: catalog verify --store FILE [--threads N] [--quiet]\n")
         for arguments in ((), ("list",), ("list", "tree", "*", "more"), ("lists", "tree"), ("",),
                           ("list", "tree", "--thread", "1"), ("list", "tree", "--threads")):
             with self.subTest(arguments):
