@@ -16,7 +16,8 @@ inline constexpr int _O_RDONLY = 0;
 inline constexpr int _O_RDWR = 2;
 inline constexpr int _O_APPEND = 8;     ///< All writes go to the end.
 inline constexpr int _O_CREAT = 0x100;  ///< Made where it is missing.
-inline constexpr int _O_TRUNC = 0x200;  ///< Emptied, once it is known that it may be opened.
+inline constexpr int _O_TRUNC = 0x200;  ///< Emptied, once it is known that it may be opened,
+                                        ///< for which it must be writable.
 inline constexpr int _O_BINARY = 0x8000;
 
 /// What an opener lets others do meanwhile.
@@ -35,6 +36,9 @@ inline constexpr int _S_IWRITE = 0x80;
 /// denies nothing. A refused open changes nothing, and the denial ends with the descriptor and all
 /// its copies, at the latest with the process.
 int _sopen(const char* path, int flags, int share, int permission);
+
+/// The same, denying nothing.
+int _open(const char* path, int flags, int permission);
 
 /// 0, or -1 for what is not open.
 int _close(int file);

@@ -20,9 +20,11 @@ namespace {
 constexpr std::uint32_t LONGEST_WAIT = 10000;  // Milliseconds.
 constexpr std::uint32_t LONGEST_PAUSE = 20;
 
+bool Writes(int flags) { return (flags & (_O_RDWR | _O_TRUNC)) != 0; }
+
 unsigned int SharingOf(int flags, int share) {
     unsigned int sharing = SHARING_READS;
-    if ((flags & _O_RDWR) != 0)
+    if (Writes(flags))
         sharing |= SHARING_WRITES;
     if (share == _SH_DENYRW || share == _SH_DENYRD)
         sharing |= SHARING_DENIES_READS;
@@ -32,8 +34,8 @@ unsigned int SharingOf(int flags, int share) {
 }
 
 int SystemFlags(int flags) {
-    return ((flags & _O_RDWR) != 0 ? O_RDWR : O_RDONLY) |
-           ((flags & _O_APPEND) != 0 ? O_APPEND : 0) | ((flags & _O_CREAT) != 0 ? O_CREAT : 0);
+    return (Writes(flags) ? O_RDWR : O_RDONLY) | ((flags & _O_APPEND) != 0 ? O_APPEND : 0) |
+           ((flags & _O_CREAT) != 0 ? O_CREAT : 0);
 }
 
 /// What a failed append has left goes again, if it still is the file's end.
@@ -77,11 +79,15 @@ int _sopen(const char* path, int flags, int share, int permission) {
     if (file < 0)
         return -1;
     if (!EnterOpener(file, SharingOf(flags, share)) ||
-        ((flags & _O_TRUNC) != 0 && ftruncate(file, 0) != 0)) {
+        ((flags & _O_TRUNC) != 0 && !EmptyFile(file))) {
         CloseKeepingError(file);
         return -1;
     }
     return file;
+}
+
+int _open(const char* path, int flags, int permission) {
+    return _sopen(path, flags, _SH_DENYNO, permission);
 }
 
 // The descriptor is gone whatever else the system says.

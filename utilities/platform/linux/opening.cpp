@@ -38,6 +38,11 @@ int OpenNoDirectory(const char* path, int flags, int permission) {
     return -1;
 }
 
+bool EmptyFile(int file) {
+    struct stat status;
+    return fstat(file, &status) == 0 && (!S_ISREG(status.st_mode) || ftruncate(file, 0) == 0);
+}
+
 void CloseKeepingError(int file) {
     const int error = errno;
     close(file);

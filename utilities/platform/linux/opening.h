@@ -8,6 +8,9 @@ namespace platform {
 /// without its other end holds nobody up. -1 with `errno` set on failure.
 int OpenNoDirectory(const char* path, int flags, int permission);
 
+/// Empties a file. What is no plain file, as a device, has nothing to be taken.
+bool EmptyFile(int file);
+
 /// Closes, and leaves `errno` as the failure before has set it.
 void CloseKeepingError(int file);
 

@@ -86,4 +86,10 @@ bool EnterOpener(int file, unsigned int sharing) {
     return false;
 }
 
+bool EnterSoleWriter(int file) {
+    struct flock marks = Mark(0, F_WRLCK);
+    marks.l_len = MARK_COUNT;
+    return fcntl(file, F_OFD_SETLK, &marks) == 0 || !IsRefusal(errno);
+}
+
 }  // namespace platform

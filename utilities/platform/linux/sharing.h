@@ -17,6 +17,9 @@ enum Sharing : unsigned int {
 /// already.
 bool EnterOpener(int file, unsigned int sharing);
 
+/// The same for one that can only write, and denies everything.
+bool EnterSoleWriter(int file);
+
 }  // namespace platform
 
 #endif

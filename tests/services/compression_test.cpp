@@ -1,0 +1,158 @@
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+
+#include <thread>
+
+#include "tests/support/compression.h"
+#include "tests/support/eventually.h"
+#include "tests/support/report_of.h"
+#include "utilities/services/utilityfunctions.h"
+
+namespace {
+
+using Compression = ScratchFolder;
+
+TEST_F(Compression, RestoresWhatItCompressedAndKeepsDevices) {
+    std::string content;
+    for (int i = 0; i < 20000; ++i)
+        content += std::to_string(i * 7919) + '\0';
+    WriteFile("a.txt", content);
+    WriteFile("b.gz", std::string(1'000'000, 'x'));  // Longer than what replaces it.
+    EXPECT_STREQ(ZIP("a.txt", "b", true), getZipfileExtension());
+    EXPECT_LT(fs::file_size("b.gz"), content.size() / 2);
+    EXPECT_TRUE(UNZIP("b", "c.txt", false));
+    EXPECT_TRUE(ReadFile("c.txt") == content && ReadFile("a.txt") == content);
+    // Not onto itself.
+    fs::create_symlink("b.gz", "self");
+    EXPECT_EQ(ReportOf([] { EXPECT_FALSE(UNZIP("b", "self", true)); }), REPORT);
+    fs::create_symlink("/dev/full", "full");
+    EXPECT_EQ(ReportOf([] { EXPECT_TRUE(UNZIP("b", "full", true)); }), "");
+    setenv("PATH", "/missing", 1);
+    EXPECT_EQ(ReportOf([] { EXPECT_FALSE(UNZIP("b", "full", true)); }), REPORT + MISSING);
+    EXPECT_TRUE(fs::is_character_file("/dev/full") && fs::file_size("b.gz") > 0);
+}
+
+TEST_F(Compression, RunsWhereTheResultIsOlderOrItIsForced) {
+    Install("echo $# $*");
+    constexpr int NONE = 99;
+    const struct {
+        int source, result;  // Their times.
+        bool force, runs;
+    } CASES[] = {{5, 5, false, false},     {5, 6, false, false},       {6, 5, false, true},
+                 {5, 6, true, true},       {5, NONE, false, true},     {NONE, 5, false, false},
+                 {-1, NONE, false, false}, {NONE, NONE, false, false}, {NONE, NONE, true, true}};
+    const auto make = [](const char* name, int seconds) {
+        fs::remove(name);
+        const timeval times[] = {{seconds, 0}, {seconds, seconds & 1}};
+        if (seconds != NONE)
+            WriteFile(name, "old"), utimes(name, times);
+    };
+    for (const auto& [source, result, force, runs] : CASES) {
+        for (const char* name : {"a", "a.gz"})
+            make(name, source);
+        for (const char* name : {"b", "b.gz"})
+            make(name, result);
+        EXPECT_TRUE(*ZIP("a", "b", force) == '.' && UNZIP("a", "b", force));
+        const char* const old = result == NONE ? "" : "oldold";
+        EXPECT_EQ(ReadFile("b.gz") + ReadFile("b"), runs ? "2 -fc a\n2 -dfc a.gz\n" : old)
+            << source;
+    }
+    EXPECT_TRUE(UNZIP(" a  b ", "b", true));
+    EXPECT_EQ(ReadFile("b"), "4 -dfc a b .gz\n");
+}
+
+TEST_F(Compression, TakesWhatTheProgramDoesAndFailsWhereItCannotRunOrWrite) {
+    const struct {
+        const char *destination, *script;
+        unsigned mode;  // The program's.
+        std::string report;
+        const char* content;  // Of a plain result.
+    } CASES[] = {
+        {"b", "", 0644, REPORT + MISSING, nullptr},
+        {"b", "exit 1", 0755, "", ""},
+        {"b", "echo part; kill -9 $$", 0755, "", "part\n"},
+        {"b", "rm b.gz", 0755, MISSING, nullptr},
+        // What it started outlives it, and holds the output for as long as this test runs.
+        {"b", "(while [ -e gzip ]; do sleep 0.01; done) & echo done", 0755, "", "done\n"},
+        {"folder", "", 0755, REPORT, nullptr},
+        {"pipe", "", 0755, REPORT, nullptr},  // Without a reader.
+        {"missing/b", "", 0755, REPORT + MISSING, nullptr},
+        {"folder.gz/b", "", 0755, REPORT + MISSING, nullptr},  // Without rights.
+    };
+    fs::create_directory("folder.gz");
+    mkfifo("pipe.gz", 0666);
+    fs::permissions("folder.gz", fs::perms(0555));
+    fs::permissions(".", fs::perms(0777));
+    for (const auto& [destination, script, mode, report, content] : CASES) {
+        Install(script);
+        if (mode != 0755)
+            setenv("PATH", folder.c_str(), 1);  // No other one.
+        fs::permissions("gzip", fs::perms(mode));
+        WriteFile("b.gz", "old and longer than the new");
+        fs::permissions("b.gz", fs::perms(0666));
+        const uid_t user = geteuid();
+        EXPECT_TRUE(user != 0 || seteuid(65534) == 0);
+        EXPECT_EQ(ReportOf([&, name = destination] {
+                      EXPECT_EQ(*ZIP("a", name, true) == '\0', report.find(REPORT) == 0) << name;
+                  }),
+                  report)
+            << script;
+        EXPECT_EQ(seteuid(user), 0);
+        const std::string result = destination + std::string(".gz");
+        EXPECT_EQ(fs::is_regular_file(result), content != nullptr) << result << script;
+        EXPECT_TRUE(content == nullptr || ReadFile(result) == content) << script;
+    }
+}
+
+// The caller ignores the end of children, blocks a signal, leaves a descriptor open to children and
+// is interrupted all the time.
+TEST_F(Compression, GivesTheProgramAPlainEnvironment) {
+    Install(
+        "sleep 0.05; readlink /proc/self/fd/0 /proc/self/fd/2\nls /proc/self/fd\n"
+        "exec grep -E '^Sig(Blk|Ign)' /proc/self/status");
+    const int inherited = open("/dev/null", O_RDONLY);
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+    for (const int ignored : {SIGPIPE, SIGCHLD})
+        signal(ignored, SIG_IGN);
+    signal(SIGALRM, [](int) {});
+    ualarm(1000, 1000);
+    EXPECT_STREQ(ZIP("a", "b", true), ".gz");
+    ualarm(0, 0);
+    for (const int ignored : {SIGPIPE, SIGCHLD})
+        signal(ignored, SIG_DFL);
+    pthread_sigmask(SIG_UNBLOCK, &blocked, nullptr);
+    close(inherited);
+    // The last descriptor is the one by which the list is read.
+    const std::string seen = ReadFile("b.gz");
+    EXPECT_TRUE(
+        std::regex_match(seen, std::regex("/dev/null\n/dev/null\n0\n1\n2\n3\nSigBlk:\t0+\n"
+                                          "SigIgn:\t[0-9a-f]{11}[02468ace]{2}[0-9a-f]{3}\n")))
+        << ReadFile("b.gz");
+}
+
+TEST_F(Compression, HoldsTheResultAgainstOthersAndLeavesOtherChildrenAlone) {
+    Install("echo started; while [ ! -e go ]; do sleep 0.01; done; echo done");
+    const pid_t ended = fork();
+    if (ended == 0)
+        _exit(3);
+    std::thread first([] { EXPECT_STREQ(ZIP("a", "b", true), ".gz"); });
+    EXPECT_TRUE(Eventually([] { return ReadFile("b.gz") == "started\n"; }));
+    EXPECT_EQ(ReportOf([] { EXPECT_STREQ(ZIP("a", "b", true), ""); }), REPORT);
+    const pid_t other = fork();
+    if (other == 0)
+        _exit(*ZIP("a", "b", true) == '\0' ? 3 : 4);
+    for (const pid_t child : {ended, other}) {
+        int status = 0;
+        EXPECT_TRUE(waitpid(child, &status, 0) == child && WEXITSTATUS(status) == 3);
+    }
+    WriteFile("go", "");
+    first.join();
+    EXPECT_EQ(ReadFile("b.gz"), "started\ndone\n");
+}
+
+}  // namespace

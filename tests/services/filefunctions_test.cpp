@@ -1,0 +1,86 @@
+#include <sys/stat.h>
+
+#include "tests/support/compression.h"
+#include "tests/support/report_of.h"
+#include "utilities/services/utilityfunctions.h"
+
+namespace {
+
+using FileFunctions = ScratchFolder;
+
+TEST_F(FileFunctions, TellWhatIsThereAndRemoveWhatIsNoDirectory) {
+    const struct {
+        const char* name;
+        mode_t type;  // 0: IsFileExisting is false.
+        int removed;
+    } CASES[] = {{"file", S_IFREG, 0},
+                 {"file/", S_IFREG, 0},
+                 {"file\\", S_IFREG, 0},
+                 {"file//", 0, -1},
+                 {"file\\/", 0, -1},
+                 {"folder", S_IFDIR, -1},
+                 {"folder\\", S_IFDIR, -1},
+                 {"folder//", S_IFDIR, -1},
+                 {"link/", S_IFDIR, 0},
+                 {"broken", 0, 0},
+                 {"device", S_IFCHR, 0},
+                 {"missing", 0, -1},
+                 {"", 0, -1},
+                 {"/", 0, -1},
+                 {"//", S_IFDIR, -1}};
+    for (const auto& [name, type, removed] : CASES) {
+        const auto populate = [] {
+            WriteFile("file", "text");
+            fs::create_directory("folder");
+            for (const auto& [link, target] :
+                 {std::pair{"link", "folder"}, {"broken", "none"}, {"device", "/dev/null"}})
+                if (!fs::is_symlink(link))
+                    fs::create_symlink(target, link);
+        };
+        populate();
+        struct _stat info;
+        EXPECT_EQ(IsFileExisting(name, &info), type != 0) << name;
+        EXPECT_TRUE(type == 0 || (info.st_mode & S_IFMT) == type) << name;
+        EXPECT_EQ(IsDirectoryExisting(name), type == S_IFDIR) << name;
+        EXPECT_EQ(RemoveFile(name), removed) << name;
+        populate();
+        const bool assured = type == 0 || removed == 0;
+        bool existed = type == 0;
+        EXPECT_EQ(ReportOf([&] { EXPECT_EQ(AssureFileRemoved(name, &existed), assured) << name; }),
+                  assured ? "" : REPORT);
+        EXPECT_EQ(existed, type != 0) << name;
+        EXPECT_EQ(IsFileExisting(name, nullptr), !assured) << name;
+    }
+    EXPECT_TRUE(AssureFileRemoved("file", nullptr));
+}
+
+TEST_F(FileFunctions, MakeFilesAndDirectoriesAndDescribeThem) {
+    EXPECT_TRUE(CREAT("new", 0777, 1, 1));
+    WriteFile("new", "text");
+    CHMOD("new", "777");
+    struct _stat info;
+    for (const bool made : {CREAT("new", 0777, std::pair(1, 1)), CREAT("new", 0777, "nobody")})
+        EXPECT_TRUE(made && IsFileExisting("new", &info) && info.st_size == 0);
+    EXPECT_EQ(info.st_mode & 0777, 0600u);
+    EXPECT_EQ(MKDIR("folder", 0, 1, 1), 0);
+    EXPECT_EQ(MKDIR("folder", 0, 1, 1), -1);
+    mkfifo("pipe", 0600);
+    EXPECT_TRUE(CREAT("pipe", 0, 1, 1));  // And doesn't wait for a writer.
+    for (const char* name : {"folder", "missing/file", "new/", ""})
+        EXPECT_FALSE(CREAT(name, 0666, 1, 1)) << name;
+
+    for (const long seconds : {-5L, 0x1'2345'6789L}) {
+        const timespec times[] = {{1, 0}, {seconds, 999'999'999}};
+        EXPECT_EQ(utimensat(-100, (folder + "/new").c_str(), times, 0), 0);
+        EXPECT_EQ(getFileMtime("new"), seconds);
+    }
+    // Ids beyond 15 and 16 bits are numbers as any other.
+    const bool canGive = chown("new", 40000, 70000) == 0;
+    const std::pair own(static_cast<int>(geteuid()), static_cast<int>(getegid())), none(-1, -1);
+    EXPECT_EQ(getFileUidGid("new"), canGive ? std::pair(40000, 70000) : own);
+    for (const char* name : {"missing", "new/", "new\\", ""})
+        EXPECT_TRUE(getFileMtime(name) == 0 && getFileUidGid(name) == none) << name;
+    EXPECT_TRUE(getUserUidGid("root") == none && getUserUidGid(nullptr) == none);
+}
+
+}  // namespace

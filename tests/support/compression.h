@@ -1,0 +1,39 @@
+/// A place for tests of the compression and the file functions.
+#ifndef TESTS_SUPPORT_COMPRESSION_H
+#define TESTS_SUPPORT_COMPRESSION_H
+
+#include <string>
+
+#include "tests/support/scratch.h"
+
+namespace fs = std::filesystem;
+
+/// Works in a directory of the test's own. In the end there must be no child, and as many open
+/// descriptors as before.
+struct ScratchFolder : testing::Test {
+    ScratchFolder() { fs::current_path(folder); }
+    ~ScratchFolder() override {
+        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+        EXPECT_EQ(OpenDescriptors(), descriptors);
+        setenv("PATH", path.c_str(), 1);
+        fs::current_path(before);
+    }
+    /// Makes `gzip` a shell script, ahead of the real one.
+    void Install(const std::string& script) const {
+        WriteFile("gzip", "#!/bin/sh\n" + script);
+        fs::permissions("gzip", fs::perms(0755));
+        setenv("PATH", (folder + ":" + path).c_str(), 1);
+    }
+
+    const std::ptrdiff_t descriptors = OpenDescriptors();
+    const std::string path = getenv("PATH");
+    const fs::path before = fs::current_path();
+    const ScratchDirectory scratch;
+    const std::string folder = scratch / "";
+};
+
+inline const std::string REPORT = "ASSERT((retval) in: .\\utilityfunctions  line #\n";
+inline const std::string MISSING =
+    "ASSERT((IsFileExisting(pszDestPathWithExt)) in: .\\utilityfunctions  line #\n";
+
+#endif
