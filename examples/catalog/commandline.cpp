@@ -2,6 +2,46 @@
 
 #include <algorithm>
 #include <charconv>
+#include <sstream>
+
+namespace {
+
+/// What a usage allows.
+struct Grammar {
+    std::size_t leastWords = 0;
+    std::size_t mostWords = 0;
+    std::map<String, bool> options;  ///< Whether they take a value.
+};
+
+Grammar GrammarOf(const String& usage) {
+    Grammar grammar;
+    String option;
+    std::istringstream tokens(usage);
+    std::string token;
+    for (tokens >> token; tokens >> token;) {
+        const bool isOptional = token[0] == '[';
+        String name(token);
+        name.erase(
+            std::remove_if(name.begin(), name.end(), [](char c) { return c == '[' || c == ']'; }),
+            name.end());
+        if (name.compare(0, 2, "--") == 0) {
+            option = name.substr(2);
+            grammar.options[option] = false;
+        } else if (!option.empty()) {
+            grammar.options[option] = true;
+        } else {
+            grammar.leastWords += isOptional ? 0 : 1;
+            ++grammar.mostWords;
+        }
+    }
+    return grammar;
+}
+
+bool Fits(const CommandLine& line, const Grammar& grammar) {
+    return line.words.size() >= grammar.leastWords && line.words.size() <= grammar.mostWords;
+}
+
+}  // namespace
 
 const String* CommandLine::ValueOf(const char* option) const {
     const auto found = options.find(option);
@@ -21,8 +61,8 @@ int CommandLine::NumberOf(const char* option, int least, int most, int otherwise
     return number;
 }
 
-std::optional<CommandLine> ParseCommandLine(const Arguments& arguments,
-                                            const std::vector<Option>& known) {
+std::optional<CommandLine> ParseCommandLine(const Arguments& arguments, const String& usage) {
+    const Grammar grammar = GrammarOf(usage);
     CommandLine line;
     for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
         if (*argument == "--") {
@@ -33,12 +73,11 @@ std::optional<CommandLine> ParseCommandLine(const Arguments& arguments,
             line.words.push_back(*argument);
             continue;
         }
-        const String name(argument->substr(2));
-        const auto option = std::find_if(known.begin(), known.end(),
-                                         [&](const Option& one) { return name == one.name; });
-        if (option == known.end() || (option->takesValue && argument + 1 == arguments.end()))
+        const auto option = grammar.options.find(String(argument->substr(2)));
+        const bool isLast = argument + 1 == arguments.end();
+        if (option == grammar.options.end() || (option->second && isLast))
             return std::nullopt;
-        line.options[name] = option->takesValue ? *++argument : String();
+        line.options[option->first] = option->second ? *++argument : String();
     }
-    return line;
+    return Fits(line, grammar) ? std::optional(line) : std::nullopt;
 }

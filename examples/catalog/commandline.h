@@ -11,12 +11,6 @@
 
 using Arguments = std::vector<String>;
 
-/// "--name VALUE", or "--name" alone.
-struct Option {
-    const char* name;
-    bool takesValue;
-};
-
 struct CommandLine {
     Arguments words;
     std::map<String, String> options;  ///< By their names without the dashes.
@@ -36,9 +30,12 @@ class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Splits `arguments` into words and options, which can stand in any order; behind "--" all are
-/// words. Nothing where there is an option that isn't one of `known`, or lacks its value.
-std::optional<CommandLine> ParseCommandLine(const Arguments& arguments,
-                                            const std::vector<Option>& known);
+/// Splits the arguments behind a command's name into words and options, which can stand in any
+/// order; behind "--" all are words. Nothing where they don't fit the command's usage, as
+///
+///     list DIR [PATTERN] [--threads N] [--quiet]
+///
+/// that is, a word or two, and the options that it names, with a value where one follows.
+std::optional<CommandLine> ParseCommandLine(const Arguments& arguments, const String& usage);
 
 #endif

@@ -31,4 +31,9 @@ ExitStatus Find(const CommandLine& line);
 /// STATUS_FAILED if there are any.
 ExitStatus Verify(const CommandLine& line);
 
+/// `archive OUT`: compresses the store to OUT.gz. `restore IN`: makes the store from IN.gz, which
+/// must hold one. Both tell the sizes, and overwrite nothing without `--force`.
+ExitStatus Archive(const CommandLine& line);
+ExitStatus Restore(const CommandLine& line);
+
 #endif

@@ -14,33 +14,17 @@ namespace {
 struct Command {
     const char* name;
     const char* usage;
-    std::size_t leastWords;
-    std::size_t mostWords;
-    std::vector<Option> options;
     ExitStatus (*run)(const CommandLine&);
 };
 
-const Command COMMANDS[] = {
-    {"list",
-     "list DIR [PATTERN] [--since DATE] [--until DATE] [--threads N]",
-     1,
-     2,
-     {{"since", true}, {"until", true}, {"threads", true}},
-     List},
-    {"scan",
-     "scan DIR --store FILE [--threads N] [--quiet]",
-     1,
-     1,
-     {{"store", true}, {"threads", true}, {"quiet", false}},
-     ScanDirectory},
-    {"show", "show --store FILE", 0, 0, {{"store", true}}, Show},
-    {"find", "find PATTERN --store FILE", 1, 1, {{"store", true}}, Find},
-    {"verify",
-     "verify --store FILE [--threads N] [--quiet]",
-     0,
-     0,
-     {{"store", true}, {"threads", true}, {"quiet", false}},
-     Verify},
+constexpr Command COMMANDS[] = {
+    {"list", "list DIR [PATTERN] [--since DATE] [--until DATE] [--threads N]", List},
+    {"scan", "scan DIR --store FILE [--threads N] [--quiet]", ScanDirectory},
+    {"show", "show --store FILE", Show},
+    {"find", "find PATTERN --store FILE", Find},
+    {"verify", "verify --store FILE [--threads N] [--quiet]", Verify},
+    {"archive", "archive OUT --store FILE [--force]", Archive},
+    {"restore", "restore IN --store FILE [--force]", Restore},
 };
 
 ExitStatus ShowUsage() {
@@ -68,9 +52,8 @@ ExitStatus Run(const Arguments& arguments) {
         [&](const Command& one) { return !arguments.empty() && arguments[0] == one.name; });
     if (command == std::end(COMMANDS))
         return ShowUsage();
-    const auto line = ParseCommandLine({arguments.begin() + 1, arguments.end()}, command->options);
-    if (!line || line->words.size() < command->leastWords ||
-        line->words.size() > command->mostWords)
+    const auto line = ParseCommandLine({arguments.begin() + 1, arguments.end()}, command->usage);
+    if (!line)
         return ShowUsage();
     return Run(*command, *line, arguments);
 }

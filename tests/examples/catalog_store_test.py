@@ -143,6 +143,31 @@ class Store(unittest.TestCase):
         self.assertEqual(self.run_catalog("verify")[:2][1].splitlines()[0],
                          f"missing {self.tree}/shut/file")
 
+    def test_archives_and_brings_back_the_store(self):
+        self.put("file", b"1")
+        self.scan()
+        sound = self.store.read_bytes()
+        done = self.run_catalog("archive", "out")
+        size = (self.work / "out.gz").stat().st_size
+        sizes = (f"{self.store}: {len(sound)} bytes\n"
+                 f"out.gz: {size} bytes, {100 * size / len(sound):.1f} %\n")
+        self.assertEqual(done, (0, sizes, ""))
+        exists = "catalog: {}: exists; --force overwrites it\n".format
+        self.assertEqual(self.run_catalog("archive", "out"), (1, "", exists("out.gz")))
+        self.assertEqual(self.run_catalog("restore", "out"), (1, "", exists(self.store)))
+        self.store.write_bytes(b"damaged")
+        self.assertEqual(self.run_catalog("restore", "out", "--force"), (0, sizes, ""))
+        self.assertEqual(self.store.read_bytes(), sound)
+        # What is no store doesn't take the place of one.
+        (self.work / "out.gz").write_bytes(b"")
+        for name, reason in (("out", "not a catalogue's store"), ("no", "No such file")):
+            status, output, errors = self.run_catalog("restore", name, "--force")
+            self.assertEqual((status, output, errors.count("\n")), (1, "", 1))
+            self.assertIn(reason, errors)
+        self.assertEqual(self.store.read_bytes(), sound)
+        self.assertEqual(len(list(self.work.glob("store*"))), 1)
+        self.assertEqual(self.run_catalog("archive", "a b")[0], 2)
+
     def test_draws_a_bar_on_a_terminal_only(self):
         for number in range(20):
             self.put(str(number))

@@ -155,7 +155,9 @@ class Catalog(unittest.TestCase):
                  "usage: catalog scan DIR --store FILE [--threads N] [--quiet]\n"
                  "usage: catalog show --store FILE\n"
                  "usage: catalog find PATTERN --store FILE\n"
-                 "usage: catalog verify --store FILE [--threads N] [--quiet]\n")
+                 "usage: catalog verify --store FILE [--threads N] [--quiet]\n"
+                 "usage: catalog archive OUT --store FILE [--force]\n"
+                 "usage: catalog restore IN --store FILE [--force]\n")
         for arguments in ((), ("list",), ("list", "tree", "*", "more"), ("lists", "tree"), ("",),
                           ("list", "tree", "--thread", "1"), ("list", "tree", "--threads")):
             with self.subTest(arguments):

@@ -1,0 +1,76 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <stdexcept>
+
+#include "commands.h"
+#include "directory.h"
+#include "messages.h"
+#include "store.h"
+
+namespace {
+
+/// The compression takes its command line apart at blanks and options at dashes.
+String ForCommandLine(const String& path) {
+    if (path.find_first_of(" \t") != path.npos)
+        throw UsageError(Escaped(path) + ": a path with blanks can't be compressed");
+    return path.compare(0, 1, "-") == 0 ? String("./" + path) : path;
+}
+
+void RefuseToOverwrite(const String& path, const CommandLine& line) {
+    if (!line.Has("force") && IsFileExisting(path.c_str(), nullptr))
+        throw std::runtime_error(Escaped(path) + ": exists; --force overwrites it");
+}
+
+unsigned __int64 SizeOf(const String& path) {
+    struct _stat status;
+    return IsFileExisting(path.c_str(), &status) ? static_cast<unsigned __int64>(status.st_size)
+                                                 : 0;
+}
+
+void Report(const String& store, const String& archive) {
+    const unsigned __int64 stored = SizeOf(store), compressed = SizeOf(archive);
+    String ratio;
+    ratio.Format("%.1f", 100.0 * static_cast<double>(compressed) / static_cast<double>(stored));
+    PrintLine(Escaped(store) + ": " + Counted(stored, "byte"));
+    PrintLine(Escaped(archive) + ": " + Counted(compressed, "byte") + ", " + ratio + " %");
+}
+
+}  // namespace
+
+ExitStatus Archive(const CommandLine& line) {
+    const String store = ForCommandLine(StoreOf(line));
+    const String destination = ForCommandLine(line.words[0]);
+    const String archive = destination + getZipfileExtension();
+    Store checked(store, Store::TO_READ);
+    RefuseToOverwrite(archive, line);
+    if (String(ZIP(store.c_str(), destination.c_str(), true)).empty() || SizeOf(archive) == 0)
+        throw std::runtime_error(Escaped(archive) + ": can't be compressed");
+    Report(store, archive);
+    return STATUS_DONE;
+}
+
+/// What was there stays until all of the archive has turned out to be a store.
+ExitStatus Restore(const CommandLine& line) {
+    const String store = ForCommandLine(StoreOf(line));
+    const String source = ForCommandLine(line.words[0]);
+    const String archive = source + getZipfileExtension();
+    RefuseToOverwrite(store, line);
+    if (!IsFileExisting(archive.c_str(), nullptr))
+        throw std::runtime_error(Escaped(archive) + ": " + ReasonOf(ENOENT));
+    const String draft = store + ".new" + MultiType(create_unique_id()).GetAs<String>();
+    try {
+        if (!UNZIP(source.c_str(), draft.c_str(), true))
+            throw std::runtime_error(Escaped(archive) + ": can't be decompressed");
+        Store checked(draft, Store::TO_READ);
+    } catch (...) {
+        AssureFileRemoved(draft.c_str(), nullptr);
+        throw;
+    }
+    if (std::rename(draft.c_str(), store.c_str()) != 0)
+        throw std::runtime_error(Escaped(store) + ": " + ReasonOf(errno));
+    Report(store, archive);
+    return STATUS_DONE;
+}
