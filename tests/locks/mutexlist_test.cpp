@@ -4,8 +4,7 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <optional>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -13,6 +12,7 @@
 
 #include "tests/fakes/clock.h"
 #include "tests/support/eventually.h"
+#include "tests/support/scratch.h"
 #include "utilities/locks/lockobj.h"
 #include "utilities/locks/registry_internal.h"
 
@@ -27,32 +27,28 @@ constexpr char HEAD[] =
 /// The library's own mutex stands in the first record, that of a case in the second.
 const std::string OWN_LINE = "BqGMTime::tm_mutex\t :   0   -> O:\n";
 
-/// Each case runs in an empty working directory, with a clock of its own.
+/// Each case runs in an empty working directory, with a clock of its own. The process in which it
+/// is to die runs it once more, in the same directory.
 class MutexList : public testing::Test {
 protected:
     void SetUp() override {
         testing::FLAGS_gtest_death_test_style = "threadsafe";
-        folder_ = testing::TempDir() + "mutexlist-" +
-                  testing::UnitTest::GetInstance()->current_test_info()->name();
-        std::filesystem::create_directories(folder_);
-        std::filesystem::current_path(folder_);
+        if (std::getenv(FOLDER) == nullptr) {
+            scratch_.emplace();
+            setenv(FOLDER, (*scratch_ / "").c_str(), 1);
+        }
+        std::filesystem::current_path(std::getenv(FOLDER));
         fakes::milliseconds = 1000000;
     }
     void TearDown() override {
         std::filesystem::current_path(before_);
-        std::filesystem::remove_all(folder_);
-    }
-    static std::string Content(const char* path) {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-    static void Write(const char* path, const std::string& content) {
-        std::ofstream(path, std::ios::binary) << content;
+        unsetenv(FOLDER);
     }
 
 private:
+    static constexpr char FOLDER[] = "MUTEXLIST_TEST_FOLDER";
     std::filesystem::path before_ = std::filesystem::current_path();
-    std::string folder_;
+    std::optional<ScratchDirectory> scratch_;
 };
 
 /// A mutex that is held since `lockTime` with a thread in its last slot.
@@ -70,11 +66,11 @@ void Deadlock(std::uint32_t lockTime = 1) {
 
 TEST_F(MutexList, IsWrittenToAFileThatIsReplaced) {
     MutexLock mutex("listed");
-    Write("MutexList", std::string(5000, 'x'));
+    WriteFile("MutexList", std::string(5000, 'x'));
     WriteMutexListFile(true);
-    EXPECT_EQ(Content("MutexList"), HEAD + OWN_LINE + "listed\t :   1   -> O:\n");
+    EXPECT_EQ(ReadFile("MutexList"), HEAD + OWN_LINE + "listed\t :   1   -> O:\n");
     WriteMutexListFile(false);
-    EXPECT_EQ(Content("MutexList"), HEAD);
+    EXPECT_EQ(ReadFile("MutexList"), HEAD);
     std::filesystem::remove("MutexList");
     std::filesystem::create_directory("MutexList");
     WriteMutexListFile(false);
@@ -158,18 +154,11 @@ TEST_F(MutexList, ADeadlockOfTwoThreadsLeavesItsReport) {
     const std::regex report(
         "(.*\n){2}first\t :   1   -> O:(\\d+) \\| W: (\\d+)\n"
         "second\t :   2   -> O:\\3 \\| W: \\2\n");
-    EXPECT_TRUE(std::regex_match(Content("MutexLog"), report)) << Content("MutexLog");
+    EXPECT_TRUE(std::regex_match(ReadFile("MutexLog"), report)) << ReadFile("MutexLog");
 }
 
-TEST_F(MutexList, KeepsTheReportBefore) {
-    Write("MutexLog", "the first");
-    Write("MutexLog.bak", "before the first");
-    EXPECT_FINDING(Deadlock());
-    EXPECT_EQ(Content("MutexLog"), HEAD + "stuck\t :   1   -> O:17 | W: 4711\n"s);
-    EXPECT_EQ(Content("MutexLog.bak"), "the first");
-}
-
-TEST_F(MutexList, AddsTheClientsThreadListToTheReport) {
+TEST_F(MutexList, AddsTheClientsThreadListToTheReportAndKeepsTheOneBefore) {
+    WriteFile("MutexLog.bak", "before the first");
     const struct {
         std::string file, copied;
     } CASES[] = {{"", ""},
@@ -178,10 +167,12 @@ TEST_F(MutexList, AddsTheClientsThreadListToTheReport) {
                  {std::string(1024, 'x'), std::string(1023, 'x')},
                  {"text\0hidden"s, "text"}};
     for (const auto& [file, copied] : CASES) {
-        Write("vyThreadList", file);
+        WriteFile("MutexLog", "the first");
+        WriteFile("vyThreadList", file);
         EXPECT_FINDING(Deadlock());
-        EXPECT_EQ(Content("MutexLog"),
+        EXPECT_EQ(ReadFile("MutexLog"),
                   HEAD + "stuck\t :   1   -> O:17 | W: 4711\n"s + copied + "\n");
+        EXPECT_EQ(ReadFile("MutexLog.bak"), "the first");
     }
 }
 

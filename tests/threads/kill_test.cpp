@@ -64,52 +64,30 @@ void Spin(Worker& self) noexcept {
 
 }  // namespace
 
-TEST(Kill, EndsAThreadWhereverItIs) {
+TEST(Kill, EndsAThreadThatRunsOrWaitsSuspendedToo) {
     MutexLock held("held by the killer");
-    SemaphoreLock units(1, 0);
-    const auto isListed = [](const Worker& worker) {
-        return List().find("| W: " + std::to_string(worker.getThreadId())) != std::string::npos;
-    };
-    const auto hasArrived = [](const Worker& worker) { return worker.arrived.load(); };
-    const struct {
-        const char* where;
-        std::function<void(Worker&)> work;
-        std::function<bool(const Worker&)> isThere;
-        unsigned int suspensions;
-    } CASES[] = {
-        {"busy", Spin, hasArrived, 0},
-        {"suspended", Spin, hasArrived, 2},
-        {"waiting for a mutex", [&](Worker&) { held.Lock(); }, isListed, 0},
-        {"waiting for a mutex, suspended", [&](Worker&) { held.Lock(); }, isListed, 1},
-        {"waiting for a unit", [&](Worker& self) { self.arrived = true, units.Lock(); }, hasArrived,
-         0},
-    };
     held.Lock();
-    for (const auto& row : CASES) {
-        SCOPED_TRACE(row.where);
-        ThreadList::deleteInstance();
-        Worker worker(row.work);
-        for (unsigned int round = 1; round <= 2; ++round) {
-            worker.arrived = false;
+    for (const bool waits : {false, true}) {
+        for (unsigned int suspensions = 0; suspensions < 2; ++suspensions) {
+            SCOPED_TRACE(testing::Message() << waits << ", suspended " << suspensions);
+            ThreadList::deleteInstance();
+            Worker worker([&](Worker& self) { waits ? held.Lock() : Spin(self); });
             ASSERT_TRUE(worker.Create(false, 0));
-            ASSERT_TRUE(Eventually([&] { return row.isThere(worker); }));
-            for (unsigned int i = 0; i < row.suspensions; ++i)
-                EXPECT_EQ(worker.Suspend(), i);
             const unsigned int id = worker.getThreadId();
-            EXPECT_EQ(Killed(worker, 30 + round), SUCCESS);
+            const std::string waiter = "| W: " + std::to_string(id);
+            ASSERT_TRUE(Eventually([&] {
+                return waits ? List().find(waiter) != std::string::npos : worker.arrived.load();
+            }));
+            EXPECT_EQ(suspensions > 0 ? worker.Suspend() : 0u, 0u);
+            EXPECT_EQ(Killed(worker, 31), SUCCESS);
             EXPECT_EQ(worker.getHandle(), nullptr);
             EXPECT_EQ(worker.getThreadId(), 0u);
             EXPECT_EQ(worker.getProcessId(), id);
-            EXPECT_EQ(worker.getExitCode(), 30 + round);
+            EXPECT_EQ(worker.getExitCode(), 31u);
             EXPECT_FALSE(worker.WaitForThreadExit(FOREVER));
-            const auto entry = static_cast<unsigned char>(round - 1);
-            EXPECT_EQ(ThreadList::getInstance()->getThreadInfo(entry).m_ThreadId, id)
-                << "stays listed";
-            EXPECT_EQ(List().find(std::to_string(gettid()) + " | W: "), std::string::npos)
-                << "the dead don't wait";
+            EXPECT_EQ(ThreadList::getInstance()->getThreadInfo(0).m_ThreadId, id);
+            EXPECT_EQ(List().find(waiter), std::string::npos) << "the dead don't wait";
         }
-        units.Unlock();
-        EXPECT_TRUE(units.CheckLock()) << "a dead waiter takes no unit";
     }
     held.Unlock();
 }
