@@ -7,6 +7,7 @@
 #include <new>
 #include <sstream>
 
+#include "tests/support/scratch.h"
 #include "utilities/utilities.h"
 
 namespace {
@@ -17,7 +18,8 @@ constexpr int NEVER = -1;
 thread_local int allocationsUntilFailure = NEVER;
 thread_local long liveAllocations = 0;
 
-void* Allocate(std::size_t size) noexcept {
+// Out of line, or the compiler sees malloc and free meet new and delete and warns.
+[[gnu::noinline]] void* Allocate(std::size_t size) noexcept {
     if (allocationsUntilFailure == 0)
         return nullptr;
     if (allocationsUntilFailure != NEVER)
@@ -28,7 +30,7 @@ void* Allocate(std::size_t size) noexcept {
     return block;
 }
 
-void Release(void* block) noexcept {
+[[gnu::noinline]] void Release(void* block) noexcept {
     if (block != nullptr)
         --liveAllocations;
     std::free(block);
@@ -133,4 +135,44 @@ TEST(FailingAllocation, LeavesThreadsAndLocksSound) {
             out.exceptions(std::ios::badbit);
             showMutexList(out, true);
         });
+}
+
+TEST(FailingAllocation, LeavesFilesCachesAndTimesSound) {
+    const ScratchDirectory scratch;
+    WriteFile(scratch / "file", "11112222");
+    const auto file = [] { return std::make_unique<BinaryFile>(4, 4); };
+    Survives("a record file", file, [&](BinaryFile& one) {
+        EXPECT_EQ(one.openFile(scratch / "file", BinaryFile::BF_UPDATE, BinaryFile::BF_DENYRW, 0),
+                  0);
+        EXPECT_EQ(one.readFile(2), 4);
+    });
+    Survives("a size", file, [](BinaryFile& one) {
+        EXPECT_EQ(one.changeRecordSize(100), 0);
+        EXPECT_EQ(one.changeHeaderSize(50), 0);
+    });
+    struct Cache : CacheManager {
+        Cache() : CacheManager(3, 100) {}
+        void writeBackNode(CacheNode*) override {}
+    };
+    Survives(
+        "a cache", [] { return std::make_unique<Cache>(); },
+        [](Cache& cache) {
+            cache.resizeCache(100);
+            EXPECT_EQ(cache.getAllocatedNodes(), 30u);
+            CacheNode* const node = cache.addNodeID_ToWC(7);
+            EXPECT_EQ(cache.searchNodeID_InWC(7), node);
+        });
+    const auto out = [] {
+        auto stream = std::make_unique<std::ostringstream>();
+        stream->exceptions(std::ios::badbit);
+        return stream;
+    };
+    Survives("a time", out, [](std::ostringstream& stream) {
+        stream.clear();
+        stream << BqGMTime(1'000'000'000'000) << " and a rest that makes the text a long one";
+        EXPECT_NE(stream.str().find(":46:40 "), std::string::npos);
+    });
+    Survives(
+        "the state of a file", [] { return std::make_unique<int>(); },
+        [&](int&) { EXPECT_TRUE(IsFileExisting((scratch / "file").c_str(), nullptr)); });
 }
