@@ -18,6 +18,7 @@
 #include <memory>
 #include <mutex>
 #include <random>
+#include <string>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -155,15 +156,28 @@ void SkewedLookups(benchmark::State& state) {
     }
     state.counters["hits"] = static_cast<double>(hits) / static_cast<double>(next);
 }
-BENCHMARK(SkewedLookups<OwnWriteCache>)->Name("Cache/SkewedLookups/Utilities, write cache");
-BENCHMARK(SkewedLookups<OwnReadCache>)->Name("Cache/SkewedLookups/Utilities, read cache");
-BENCHMARK(SkewedLookups<ListAndHash>)->Name("Cache/SkewedLookups/std list and hash");
-BENCHMARK(SkewedLookups<LockedListAndHash>)->Name("Cache/SkewedLookups/std with a lock");
+
+/// The peers have one tier only, and stand beside both of ours.
+template <class OwnCache>
+void Measure(const std::string& tier) {
+    const auto measure = [&](const char* peer, auto lookups) {
+        benchmark::RegisterBenchmark(("Cache/" + tier + "/" + peer).c_str(), lookups);
+    };
+    measure("Utilities", SkewedLookups<OwnCache>);
+    measure("std list and hash", SkewedLookups<ListAndHash>);
+    measure("std with a lock", SkewedLookups<LockedListAndHash>);
 #ifdef UTILITIES_HAS_POCO
-BENCHMARK(SkewedLookups<PocoCache>)->Name("Cache/SkewedLookups/Poco");
+    measure("Poco", SkewedLookups<PocoCache>);
 #endif
 #ifdef UTILITIES_HAS_QT
-BENCHMARK(SkewedLookups<QtCache>)->Name("Cache/SkewedLookups/Qt");
+    measure("Qt", SkewedLookups<QtCache>);
 #endif
+}
+
+const bool REGISTERED = [] {
+    Measure<OwnWriteCache>("write cache");
+    Measure<OwnReadCache>("read cache");
+    return true;
+}();
 
 }  // namespace
