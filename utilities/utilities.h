@@ -13,6 +13,7 @@
 #include "utilities/locks/mutexlist.h"
 #include "utilities/locks/relaxed.h"
 #include "utilities/platform/types.h"
+#include "utilities/serial/ccomm.h"
 #include "utilities/services/change_notification.h"
 #include "utilities/services/container_ids.h"
 #include "utilities/services/md5.h"

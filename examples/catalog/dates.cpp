@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <cctype>
-#include <clocale>
 #include <cstdlib>
-#include <locale>
-#include <sstream>
 
+#include "localized.h"
 #include "messages.h"
 
 namespace {
@@ -82,12 +80,6 @@ void KeepModifiedWithin(const BqDateRange& range, const Descriptor& root,
     });
 }
 
-String ShownTime(__int64 seconds) {
-    std::ostringstream text;
-    text.imbue(
-        std::locale(std::locale::classic(), std::setlocale(LC_TIME, nullptr), std::locale::time));
-    text << InstantOf(seconds);
-    return text.str();
-}
+String ShownTime(__int64 seconds) { return Localized(InstantOf(seconds)); }
 
 String ShownModification(const Look& look) { return ShownTime(SecondsOf(look)); }

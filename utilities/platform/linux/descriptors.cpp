@@ -10,6 +10,7 @@
 
 #include "utilities/platform/clock.h"
 #include "utilities/platform/linux/opening.h"
+#include "utilities/platform/linux/retry.h"
 #include "utilities/platform/linux/sharing.h"
 #include "utilities/platform/threads.h"
 
@@ -49,11 +50,9 @@ void TakeBack(int file, unsigned int size) {
 
 /// One call's share of a write.
 ssize_t WriteSome(int file, const char* bytes, std::size_t size, std::int64_t offset) {
-    ssize_t written = -1;
-    do {
-        written = offset == AT_END ? write(file, bytes, size) : pwrite(file, bytes, size, offset);
-    } while (written < 0 && errno == EINTR);
-    return written;
+    return Uninterrupted([&] {
+        return offset == AT_END ? write(file, bytes, size) : pwrite(file, bytes, size, offset);
+    });
 }
 
 bool IsTooLong(unsigned int size) {
@@ -100,11 +99,12 @@ int ReadAt(int file, void* buffer, unsigned int size, std::int64_t offset) {
         return -1;
     unsigned int done = 0;
     for (;;) {
-        const ssize_t got =
-            pread(file, static_cast<char*>(buffer) + done, size - done, offset + done);
-        if (got < 0 && errno != EINTR)
+        const ssize_t got = Uninterrupted([&] {
+            return pread(file, static_cast<char*>(buffer) + done, size - done, offset + done);
+        });
+        if (got < 0)
             return -1;
-        done += got > 0 ? static_cast<unsigned int>(got) : 0;
+        done += static_cast<unsigned int>(got);
         if (got == 0 || done == size)
             return static_cast<int>(done);
     }

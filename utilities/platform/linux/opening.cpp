@@ -6,22 +6,14 @@
 
 #include <cerrno>
 
+#include "utilities/platform/linux/retry.h"
+
 namespace platform {
 
-namespace {
-
-int OpenUninterrupted(const char* path, int flags, int permission) {
-    int file = -1;
-    do {
-        file = open(path, flags, static_cast<mode_t>(permission));
-    } while (file < 0 && errno == EINTR);
-    return file;
-}
-
-}  // namespace
-
 int OpenNoDirectory(const char* path, int flags, int permission) {
-    const int file = OpenUninterrupted(path, flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, permission);
+    const int openFlags = flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    const int file =
+        Uninterrupted([&] { return open(path, openFlags, static_cast<mode_t>(permission)); });
     if (file < 0)
         return -1;
     struct stat status;

@@ -57,7 +57,8 @@ String Counted(unsigned __int64 number, const char* thing) {
 }
 
 void Complain(const std::string& path, const std::string& reason) {
-    std::fprintf(stderr, "catalog: %s: %s\n", Escaped(path).c_str(), reason.c_str());
+    std::fprintf(stderr, "%s: %s: %s\n", program_invocation_short_name, Escaped(path).c_str(),
+                 reason.c_str());
 }
 
 void PrintLine(const String& line) {

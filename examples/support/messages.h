@@ -1,6 +1,6 @@
-/// What the program says, and how it names files.
-#ifndef CATALOG_MESSAGES_H
-#define CATALOG_MESSAGES_H
+/// What a program says, and how it names files.
+#ifndef SUPPORT_MESSAGES_H
+#define SUPPORT_MESSAGES_H
 
 #include "utilities/utilities.h"
 

@@ -1,6 +1,6 @@
 /// The words and options of a command line.
-#ifndef CATALOG_COMMANDLINE_H
-#define CATALOG_COMMANDLINE_H
+#ifndef SUPPORT_COMMANDLINE_H
+#define SUPPORT_COMMANDLINE_H
 
 #include <map>
 #include <optional>

@@ -1,6 +1,6 @@
 /// The user's wish to end the program.
-#ifndef CATALOG_INTERRUPT_H
-#define CATALOG_INTERRUPT_H
+#ifndef SUPPORT_INTERRUPT_H
+#define SUPPORT_INTERRUPT_H
 
 #include <exception>
 

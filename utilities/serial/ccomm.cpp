@@ -1,0 +1,236 @@
+#include "utilities/serial/ccomm.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "utilities/platform/clock.h"
+#include "utilities/platform/serial.h"
+#include "utilities/text/qelstring.h"
+
+namespace serial = platform::serial;
+
+namespace {
+
+constexpr std::uint32_t QUEUE_BYTES = 2048;
+constexpr std::uint32_t SENT_MILLISECONDS = 2000;
+
+constexpr serial::COMMTIMEOUTS TIMEOUTS = {0xFFFFFFFF, 0, 100, 0, 20};
+
+constexpr long HIGHEST_BAUD = 57600;
+constexpr struct {
+    long requested;
+    std::uint32_t stored;
+} FAST_BAUDS[] = {{128000, 130816}, {256000, 261888}};
+
+constexpr struct {
+    char upper;
+    char lower;
+    unsigned char stored;
+} PARITIES[] = {{'N', 'n', serial::NOPARITY},
+                {'O', 'o', serial::ODDPARITY},
+                {'E', 'e', serial::EVENPARITY},
+                {'M', 'm', serial::MARKPARITY},
+                {'S', 's', serial::SPACEPARITY}};
+
+String NameOf(int port) {
+    String name;
+    name.Format("\\\\.\\COM%d", static_cast<int>(static_cast<unsigned int>(port) + 1));
+    return name;
+}
+
+serial::COMSTAT StatusOf(void* port) {
+    serial::COMSTAT status;
+    serial::ClearCommError(port, &status);
+    return status;
+}
+
+/// To be called right behind the transfer that failed.
+void ClearErrorOf(void* port) {
+    if (serial::GetLastError() != serial::ERROR_IO_PENDING)
+        StatusOf(port);
+}
+
+void Prepare(DCB& state) {
+    state.fBinary = true;
+    state.fParity = false;
+    state.fOutxCtsFlow = false;
+    state.fOutxDsrFlow = false;
+    state.fDtrControl = serial::DTR_CONTROL_ENABLE;
+    state.fDsrSensitivity = false;
+    state.fTXContinueOnXoff = true;
+    state.fOutX = false;
+    state.fInX = false;
+    state.fErrorChar = false;
+    state.fNull = false;
+    state.fRtsControl = serial::RTS_CONTROL_ENABLE;
+    state.fAbortOnError = false;
+    state.XonLim = 256;
+    state.XoffLim = 256;
+    state.XonChar = 0x11;
+    state.XoffChar = 0x13;
+    state.EofChar = 0;
+    state.EvtChar = 0;
+}
+
+}  // namespace
+
+void SetSerialDevice(int port, const char* path) { serial::SetDevice(NameOf(port).c_str(), path); }
+
+CComm::CComm() : portHandle(nullptr), portOpen(0) {}
+
+CComm::CComm(const CComm&) = default;
+CComm& CComm::operator=(const CComm&) = default;
+CComm::~CComm() { Close(); }
+
+bool CComm::Open(int port, long baud, char parity, int dataBits, int stopBits) {
+    Close();
+    portHandle = serial::CreateFileA(NameOf(port).c_str());
+    if (portHandle == nullptr)
+        return false;
+    portOpen = 1;
+    serial::SetupComm(portHandle, QUEUE_BYTES, QUEUE_BYTES);
+    serial::SetCommMask(portHandle, 0);
+    serial::GetCommState(portHandle, &portState);
+    Prepare(portState);
+    Apply();
+    SetPortA(baud, parity, dataBits, stopBits);
+    serial::SetCommTimeouts(portHandle, &TIMEOUTS);
+    ClearRXBuffer();
+    ClearTXBuffer();
+    return true;
+}
+
+void CComm::Close() {
+    if (IsPortOpen()) {
+        SetDtr(false);
+        SetRts(false);
+        serial::CloseHandle(portHandle);
+    }
+    portOpen = 0;
+}
+
+bool CComm::IsPortOpen() { return portOpen == 1; }
+
+void* CComm::GetCommHandle() { return portHandle; }
+
+bool CComm::StoreBaud(long baud) {
+    const auto fast = std::find_if(std::begin(FAST_BAUDS), std::end(FAST_BAUDS),
+                                   [baud](const auto& one) { return one.requested == baud; });
+    if (baud > HIGHEST_BAUD && fast == std::end(FAST_BAUDS))
+        return false;
+    portState.BaudRate = baud > HIGHEST_BAUD ? fast->stored : static_cast<std::uint32_t>(baud);
+    return true;
+}
+
+bool CComm::StoreParity(char parity) {
+    const auto found = std::find_if(
+        std::begin(PARITIES), std::end(PARITIES),
+        [parity](const auto& one) { return one.upper == parity || one.lower == parity; });
+    if (found == std::end(PARITIES))
+        return false;
+    portState.Parity = found->stored;
+    return true;
+}
+
+bool CComm::StoreStopBits(int stopBits) {
+    if (stopBits != 1 && stopBits != 2)
+        return false;
+    portState.StopBits = stopBits == 1 ? serial::ONESTOPBIT : serial::TWOSTOPBITS;
+    return true;
+}
+
+bool CComm::IsAllSent() {
+    const std::uint32_t start = platform::GetTickCount();
+    while (StatusOf(portHandle).cbOutQue != 0) {
+        if (platform::GetTickCount() - start >= SENT_MILLISECONDS)
+            return false;
+    }
+    return true;
+}
+
+bool CComm::Apply() { return serial::SetCommState(portHandle, &portState); }
+
+bool CComm::SetPortA(long baud, char parity, int dataBits, int stopBits) {
+    if (!IsPortOpen() || !StoreBaud(baud))
+        return false;
+    portState.ByteSize = static_cast<unsigned char>(dataBits);
+    return StoreParity(parity) && StoreStopBits(stopBits) && Apply();
+}
+
+bool CComm::SetBaud(long baud) { return IsPortOpen() && IsAllSent() && StoreBaud(baud) && Apply(); }
+
+bool CComm::SetParity(char parity) {
+    return IsPortOpen() && IsAllSent() && StoreParity(parity) && Apply();
+}
+
+unsigned long CComm::RxBuffer(unsigned char* buffer, int length, bool*) {
+    const long waiting = RxSize();
+    if (waiting == 0 || length <= 0)
+        return 0;
+    const auto count = static_cast<std::uint32_t>(std::min<long>(waiting, length));
+    std::uint32_t done = 0;
+    if (!serial::ReadFile(portHandle, buffer, count, &done))
+        ClearErrorOf(portHandle);
+    return done;
+}
+
+unsigned long CComm::TxBuffer(unsigned char* buffer, int length, bool) {
+    if (length <= 0)
+        return 1;
+    if (!IsPortOpen())
+        return 0;
+    const auto size = static_cast<std::uint32_t>(length);
+    const std::uint32_t waiting = std::min(StatusOf(portHandle).cbOutQue, QUEUE_BYTES);
+    const std::uint32_t budget = std::min(QUEUE_BYTES - waiting, size);
+    std::uint32_t done = 0;
+    for (std::uint32_t sent = 0; sent < budget; sent += done) {
+        if (!serial::WriteFile(portHandle, buffer + sent, budget - sent, &done)) {
+            ClearErrorOf(portHandle);
+            break;
+        }
+        if (done == 0)
+            break;
+    }
+    return done >= size ? 1 : 0;
+}
+
+long CComm::RxSize() { return IsPortOpen() ? long{StatusOf(portHandle).cbInQue} : 0; }
+
+long CComm::TxSize() { return IsPortOpen() ? long{StatusOf(portHandle).cbOutQue} : 0; }
+
+void CComm::ClearRXBuffer() { serial::PurgeComm(portHandle, serial::PURGE_RXCLEAR); }
+
+void CComm::ClearTXBuffer() {
+    serial::PurgeComm(portHandle, serial::PURGE_TXABORT | serial::PURGE_TXCLEAR);
+}
+
+void CComm::SetDtr(bool on) {
+    serial::EscapeCommFunction(portHandle, on ? serial::SETDTR : serial::CLRDTR);
+}
+
+void CComm::SetRts(bool on) {
+    serial::EscapeCommFunction(portHandle, on ? serial::SETRTS : serial::CLRRTS);
+}
+
+bool CComm::GetCd() {
+    std::uint32_t status = 0;
+    serial::GetCommModemStatus(portHandle, &status);
+    return (status & serial::MS_RLSD_ON) != 0;
+}
+
+bool CComm::GetCTS() {
+    std::uint32_t status = 0;
+    serial::GetCommModemStatus(portHandle, &status);
+    return (status & serial::MS_CTS_ON) != 0;
+}
+
+void CComm::UseRtsCts(bool on) {
+    serial::GetCommState(portHandle, &portState);
+    portState.fOutxCtsFlow = on;
+    portState.fRtsControl = on ? serial::RTS_CONTROL_HANDSHAKE : serial::RTS_CONTROL_ENABLE;
+    Apply();
+}
+
+void CComm::SetDirection(unsigned char) {}
+
+bool CComm::GetOverrunError() { return false; }
