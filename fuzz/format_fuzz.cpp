@@ -2,152 +2,78 @@
 #include <bit>
 #include <clocale>
 #include <cmath>
-#include <cwchar>
-#include <optional>
 
 #include "fuzz/input.h"
-#include "utilities/frame/debugline.h"
-#include "utilities/platform/surrogates.h"
 
 namespace {
 
-using WideString = std::basic_string<WideChar>;
-
-struct Format {
-    std::string literal;     ///< Ahead of the conversion; printed as it stands.
-    std::string head;        ///< The conversion up to its length modifier.
-    std::vector<int> stars;  ///< The counts that it takes from the arguments, two at most.
-    std::string size;        ///< The length modifier.
-    char type = 'd';
-};
-
-template <class Call, class Value>
-int WithStars(const std::vector<int>& stars, Call call, Value value) {
-    if (stars.empty())
-        return call(value);
-    return stars.size() == 1 ? call(stars[0], value) : call(stars[0], stars[1], value);
-}
-
-WideString Widened(const std::string& text) {
-    WideString wide;
-    for (const char c : text)
-        wide += static_cast<unsigned char>(c);
-    return wide;
-}
-
 template <class Text, class Value>
-void RequirePrinted(const Text& format, const std::vector<int>& stars, Value value,
-                    const std::optional<Text>& expected) {
+void RequirePrinted(const Text& format, Value value, bool fits, const std::string& expected) {
     Text printed(u"kept");
-    const auto print = [&](auto... all) { return int{printed.Format(format.c_str(), all...)}; };
-    REQUIRE(WithStars(stars, print, value) == int{expected.has_value()});
-    REQUIRE(printed == expected.value_or(Text(u"kept")));
+    REQUIRE(printed.Format(format.c_str(), value) == fits);
+    REQUIRE(std::equal(
+        printed.begin(), printed.end(), expected.begin(), expected.end(), [](auto unit, char byte) {
+            return unit == static_cast<decltype(unit)>(static_cast<unsigned char>(byte));
+        }));
 }
 
-/// The three values stand for one argument: of the host and of calls of both widths.
-template <class Host, class Narrow, class Wide>
-void RequireSame(const Format& format, Host host, Narrow narrow, Wide wide, bool inBothWidths) {
-    constexpr std::size_t LIMIT = 1024;
+/// The values stand for one argument: of the host and the narrow call, and of the wide one.
+template <class Narrow, class Wide>
+void RequireAsHost(const String& format, Narrow narrow, Wide wide) {
+    constexpr int LIMIT = 1024;
     static char buffer[LIMIT + 1];
-    const std::string hostFormat =
-        format.head + (format.size == "I64" ? "ll" : format.size) + format.type;
-    const auto print = [&](auto... all) {
-        return std::snprintf(buffer, sizeof buffer, hostFormat.c_str(), all...);
+    const int length = std::snprintf(buffer, sizeof buffer, format.c_str(), narrow);
+    const bool fits = length >= 0 && length <= LIMIT;
+    const std::string expected =
+        fits ? std::string(buffer, static_cast<std::size_t>(length)) : "kept";
+    RequirePrinted(format, narrow, fits, expected);
+    RequirePrinted(WString(format), wide, fits, expected);
+}
+
+/// A conversion up to its length modifier.
+String TakeHead(FuzzedDataProvider& input) {
+    const auto count = [&input] {
+        const int most = input.PickValueInArray({2, 30, 1200});
+        return std::to_string(input.ConsumeIntegralInRange(1, most));
     };
-    const int length = WithStars(format.stars, print, host);
-    std::optional<String> expected;
-    std::optional<WString> wideExpected;
-    if (length >= 0 && format.literal.size() + static_cast<std::size_t>(length) + 2 <= LIMIT) {
-        expected = format.literal + std::string(buffer, static_cast<std::size_t>(length)) + "|%";
-        wideExpected = Widened(*expected);
-    }
-    const String text = format.literal + format.head + format.size + format.type + "|%%";
-    RequirePrinted(text, format.stars, narrow, expected);
-    if (inBothWidths)
-        RequirePrinted(WString(Widened(text)), format.stars, wide, wideExpected);
-    const auto drop = [&](auto... all) { return printFmtDBGFile(text.c_str(), all...); };
-    REQUIRE(WithStars(format.stars, drop, narrow) == int{expected.has_value()});
-}
-
-/// A width or precision, as digits or as an argument.
-void TakeCount(FuzzedDataProvider& input, Format& format, int least) {
-    const int count = input.ConsumeIntegralInRange(least, input.PickValueInArray({2, 30, 1200}));
-    if (count >= 0 && input.ConsumeBool()) {
-        format.head += std::to_string(count);
-    } else {
-        format.head += '*';
-        format.stars.push_back(count);
-    }
-}
-
-Format TakeFormat(FuzzedDataProvider& input) {
-    Format format;
-    format.type = input.PickValueInArray(
-        {'d', 'i', 'o', 'u', 'x', 'X', 'e', 'E', 'f', 'F', 'g', 'G', 'a', 'A', 'c', 'p', 's', 'S'});
-    // Behind the "%" no letter that would make it a conversion.
-    for (const char c : input.ConsumeRandomLengthString(20))
-        format.literal += std::strchr("%*diouxXcCsSpneEfFgGaA", c) != nullptr ? 'y' : c;
-    if (!format.literal.empty())
-        format.literal = '%' + format.literal + 'y';
-    format.head = "%";
-    for (const char flag : {'-', '+', ' ', '#', '0'}) {
-        if (input.ConsumeBool())
-            format.head += flag;
-    }
+    String head("%");
+    for (const char flag : {'-', '+', ' ', '#', '0'})
+        head.append(input.ConsumeBool(), flag);
     if (input.ConsumeBool())
-        TakeCount(input, format, -1200);
-    if (input.ConsumeBool()) {
-        format.head += '.';
-        TakeCount(input, format, -1);
-    }
-    return format;
+        head += count();
+    if (input.ConsumeBool())
+        head += '.' + count();
+    return head;
 }
 
-void TryNumber(FuzzedDataProvider& input, Format& format) {
+void TryNumber(FuzzedDataProvider& input, const String& head, char type) {
     const bool isSmall = input.ConsumeBool();
     const auto bits = isSmall ? input.ConsumeIntegralInRange<long long>(-99, 99)
                               : input.ConsumeIntegral<long long>();
-    if (std::strchr("diouxX", format.type) != nullptr) {
-        format.size = input.PickValueInArray({"", "hh", "h", "l", "ll", "j", "z", "t", "I64"});
+    if (std::strchr("diouxX", type) != nullptr) {
+        const std::string size = input.PickValueInArray({"", "hh", "h", "l", "ll", "j", "z", "t"});
         const auto low = static_cast<int>(bits);
-        if (format.size.empty() || format.size[0] == 'h')
-            return RequireSame(format, low, low, low, true);
-        return RequireSame(format, bits, bits, bits, true);
+        if (size.empty() || size[0] == 'h')
+            return RequireAsHost(head + size + type, low, low);
+        return RequireAsHost(head + size + type, bits, bits);
     }
     const int exponent = input.ConsumeIntegralInRange(-16600, 16600) / (isSmall ? 1000 : 1);
     const long double product = std::ldexp(static_cast<long double>(bits), exponent);
-    if (input.ConsumeBool()) {
-        format.size = "L";
-        return RequireSame(format, product, product, product, true);
-    }
+    if (input.ConsumeBool())
+        return RequireAsHost(head + 'L' + type, product, product);
     const auto value = isSmall ? static_cast<double>(product) : std::bit_cast<double>(bits);
-    RequireSame(format, value, value, value, true);
+    RequireAsHost(head + type, value, value);
 }
 
-/// Text of each call's own width. A null text with a precision is the library's own: the host
-/// prints it whole or not at all.
-void TryText(FuzzedDataProvider& input, Format& format) {
-    const bool null = format.head.find('.') == std::string::npos && input.ConsumeBool();
-    const std::string text = Terminated(TakeText<char>(input, 1100));
-    const WideString wide = Widened(text);
-    const char* const narrow = null ? nullptr : text.c_str();
-    RequireSame(format, narrow, narrow, null ? nullptr : wide.c_str(), true);
-}
-
-/// Text of the other width: of the host's wide characters some are two units.
-void TryCrossing(FuzzedDataProvider& input, Format& format) {
-    const WideString units = Terminated(TakeText<WideChar>(input, 600));
-    std::wstring points;
-    std::string narrow;
-    bool isAscii = true;
-    for (std::size_t i = 0; i < units.size();) {
-        const platform::CodePoint point = platform::ReadUnits(units.c_str() + i);
-        points += static_cast<wchar_t>(point.value);
-        narrow += static_cast<char>(point.value);
-        isAscii = isAscii && point.value <= 0x7F;
-        i += point.units;
-    }
-    RequireSame(format, points.c_str(), units.c_str(), narrow.c_str(), isAscii);
+/// Text of the other width crosses whole and back; with any width and precision it is no harm.
+void TryCrossing(FuzzedDataProvider& input, const String& head) {
+    const WString wide(TakeText<WideChar>(input, 600));
+    String narrow;
+    WString back;
+    narrow.Format((head + 'S').c_str(), wide.c_str());
+    back.Format(WString(head + 'S').c_str(), narrow.c_str());
+    if (narrow.Format("%S", wide.c_str()))
+        REQUIRE(back.Format(u"%S", narrow.c_str()) && back == wide.c_str());
 }
 
 }  // namespace
@@ -156,19 +82,25 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const bool isSet = std::setlocale(LC_ALL, "C.utf8") != nullptr;
     REQUIRE(isSet);
     FuzzedDataProvider input(data, size);
-    Format format = TakeFormat(input);
-    if (format.type == 's') {
-        TryText(input, format);
-    } else if (format.type == 'S') {
-        TryCrossing(input, format);
-    } else if (format.type == 'c') {
-        const int value = input.ConsumeIntegral<unsigned char>();
-        RequireSame(format, value, value, value, true);
-    } else if (format.type == 'p') {
-        const auto* value = reinterpret_cast<const void*>(input.ConsumeIntegral<std::uintptr_t>());
-        RequireSame(format, value, value, value, true);
+    const char type = input.PickValueInArray(
+        {'d', 'i', 'o', 'u', 'x', 'X', 'e', 'E', 'f', 'F', 'g', 'G', 'a', 'A', 'c', 'p', 's', 'S'});
+    const String head = TakeHead(input);
+    if (type == 's') {
+        const String text = Terminated(TakeText<char>(input, 1100));
+        const std::u16string wide(text.begin(), text.end());
+        if (text.IsASCII())
+            RequireAsHost(head + type, text.c_str(), wide.c_str());
+    } else if (type == 'S') {
+        TryCrossing(input, head);
+    } else if (type == 'c' || type == 'p') {
+        const auto value = input.ConsumeIntegral<unsigned char>();
+        if (type == 'c')
+            RequireAsHost(head + type, int{value}, int{value});
+        else
+            RequireAsHost(head + type, reinterpret_cast<void*>(value),
+                          reinterpret_cast<void*>(value));
     } else {
-        TryNumber(input, format);
+        TryNumber(input, head, type);
     }
     return 0;
 }

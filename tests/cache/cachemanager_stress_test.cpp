@@ -7,7 +7,7 @@ TEST(CacheStress, AgreesWithTheModelInConstantMemory) {
 #else
     constexpr int STEPS = 1000000, ROOM = 1 << 10;
 #endif
-    Driver driver(5000, 7000, 50000);
+    Driver driver(5000, 7000, 10000);
     long early = 0;
     for (int i = 0; i < STEPS; ++i) {
         ASSERT_TRUE(driver.Step() && (i % 5000 != 0 || driver.AllIsSame())) << "step " << i;

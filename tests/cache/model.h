@@ -46,20 +46,23 @@ struct Model {
         minID = std::min(minID, id);
         return node;
     }
-    ModelNode* Search(ModelNodes& nodes, unsigned int id, bool moves = true) {
-        const auto found = std::find(nodes.rbegin(), nodes.rend(), id);
-        if (found == nodes.rend() || (&nodes == &wc && (id < minID || id > maxID)))
+    ModelNode* AddRC(unsigned int id) {
+        return Add(rc, id, [] {});
+    }
+    ModelNode* SearchWC(unsigned int id, bool moves = true) {
+        const auto found = std::find(wc.rbegin(), wc.rend(), id);
+        if (found == wc.rend() || id < minID || id > maxID)
             return nullptr;
-        return moves ? Move(nodes, found.base() - 1) : &*found;
+        return moves ? Move(wc, found.base() - 1) : &*found;
     }
     ModelNode* SearchRC(unsigned int id) {
-        ModelNode* const node = Search(wc, id, false);
-        if (node == nullptr)
-            return Search(rc, id);
-        const auto found = std::find(rc.begin(), rc.end(), id);
-        ModelNode* const copy = found != rc.end() ? Move(rc, found) : Add(rc, id, [] {});
-        *copy = {id, 1, node->data};
-        return node;
+        if (ModelNode* const node = SearchWC(id, false)) {
+            const auto found = std::find(rc.begin(), rc.end(), id);
+            *(found != rc.end() ? Move(rc, found) : AddRC(id)) = {id, 1, node->data};
+            return node;
+        }
+        const auto found = std::find(rc.rbegin(), rc.rend(), id);
+        return found != rc.rend() ? Move(rc, found.base() - 1) : nullptr;
     }
     void Flush() {
         for (ModelNode& node : wc) {
@@ -77,8 +80,7 @@ struct Model {
         minID = NO_ID;
     }
     void Clear() {
-        Forget(wc);
-        Forget(rc);
+        Forget(wc), Forget(rc);
         free = allocated;
     }
     void Resize(unsigned int amount) {
@@ -121,30 +123,24 @@ public:
         model_.Resize(size_);
     }
 
-    /// One operation on both. Whether they gave the node at the same place.
+    /// One operation on both. Whether both gave a node or none.
     bool Step() {
         const unsigned int id = Any(200) == 0 ? NO_ID - Any(2) : Any(idCount_);
-        const unsigned int event = Any(rarity_), action = Any(20);
+        const unsigned int event = Any(rarity_), action = Any(15);
         if (event == 0)
-            model_.Flush(), cache_.flushCache(0);
-        else if (event == 1)
-            model_.Clear(), cache_.clearCache();
-        else if (event == 2)
-            cache_.resizeCache(5 * size_ + Any(10 * size_ + 60)),
-                model_.Resize(cache_.getAllocatedNodes());
-        else if (action < 5)
-            return Same(model_.AddWC(id), cache_.addNodeID_ToWC(id));
-        else if (action < 7)
-            return Same(Model::Add(model_.rc, id, [] {}), cache_.addNodeID_ToRC(id));
-        else if (action < 11)
-            return Same(model_.Search(model_.wc, id), cache_.searchNodeID_InWC(id));
-        else if (action < 15)
-            return Same(model_.SearchRC(id), cache_.searchNodeID_InRC(id));
-        else if (action < 18)
-            Change(model_.wc, cache_.writeCache, id);
-        else
-            Change(model_.rc, cache_.readCache, id);
-        return true;
+            return model_.Flush(), cache_.flushCache(0), true;
+        if (event == 1)
+            return model_.Clear(), cache_.clearCache(), true;
+        if (event == 2)
+            return cache_.resizeCache(5 * size_ + Any(10 * size_ + 60)),
+                   model_.Resize(cache_.getAllocatedNodes()), true;
+        if (action < 5)
+            return Use(model_.AddWC(id), cache_.addNodeID_ToWC(id));
+        if (action < 7)
+            return Use(model_.AddRC(id), cache_.addNodeID_ToRC(id));
+        if (action < 11)
+            return Use(model_.SearchWC(id), cache_.searchNodeID_InWC(id));
+        return Use(model_.SearchRC(id), cache_.searchNodeID_InRC(id));
     }
 
     bool AllIsSame() {
@@ -164,32 +160,18 @@ private:
                    (one.data == 0 || one.data == TestCache::DataOf(other));
         });
     }
-    bool Same(const ModelNode* model, const CacheNode* node) {
-        const auto isAtItsPlace = [=](const ModelNodes& nodes, const std::list<CacheNode>& real) {
-            const auto found = std::find_if(nodes.rbegin(), nodes.rend(),
-                                            [=](const ModelNode& one) { return &one == model; });
-            return found != nodes.rend() && nodes.size() == real.size() &&
-                   &*std::next(real.rbegin(), found - nodes.rbegin()) == node;
-        };
-        return model == nullptr ? node == nullptr
-                                : isAtItsPlace(model_.wc, cache_.writeCache) ||
-                                      isAtItsPlace(model_.rc, cache_.readCache);
-    }
 
-    /// What a client does through the node, to one near the front or the back.
-    void Change(ModelNodes& model, std::list<CacheNode>& nodes, unsigned int id) {
-        if (model.empty())
-            return;
-        const long place = Any(std::min(model.size(), std::size_t{64}));
-        const bool fromBack = Any(2) != 0;
-        ModelNode& node = *(fromBack ? model.end() - 1 - place : model.begin() + place);
-        CacheNode& real = *std::next(fromBack ? std::prev(nodes.end()) : nodes.begin(),
-                                     fromBack ? -place : place);
-        const int STATES[] = {1, 1, 1, 1, 0, 2};
-        node = {Any(6) == 0 ? id : node.id, STATES[Any(6)], 1 + Any(1000000)};
-        real.setNodeID(node.id);
-        real.setNodeState(node.state);
-        std::memcpy(real.getNodeData(), &node.data, sizeof node.data);
+    /// What a client does to the node given, which shows whether it was the one at the same place.
+    bool Use(ModelNode* model, CacheNode* node) {
+        if (model == nullptr || node == nullptr)
+            return model == nullptr && node == nullptr;
+        model->data = 1 + Any(1000000);
+        std::memcpy(node->getNodeData(), &model->data, sizeof model->data);
+        if (Any(24) == 0)
+            node->setNodeID(model->id = Any(idCount_));
+        if (Any(8) == 0)
+            node->setNodeState(model->state = Any(30) == 0 ? 2 : Any(4) != 0);
+        return true;
     }
 
     TestCache cache_;

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <functional>
 #include <iostream>
+#include <latch>
 #include <memory>
 #include <regex>
 #include <set>
@@ -15,11 +16,10 @@
 #include <vector>
 
 #include "tests/support/eventually.h"
+#include "tests/support/report_of.h"
 #include "utilities/locks/mutexlist.h"
 
 namespace {
-
-using Texts = std::vector<std::string>;
 
 constexpr char NOT_OWNER[] = "(m_ThreadId == getOwnThreadId())";
 
@@ -32,29 +32,15 @@ std::string List(bool showAll = true) {
 }
 
 /// What the list shows of the mutex `name` behind its index, without the arrow.
-std::string Shown(const std::string& name) {
+std::string Shown(const std::string& name, const std::string& index = "\\d+") {
     std::smatch match;
     const std::string list = List();
-    const std::regex line("(?:^|\n)" + name + "\t :   \\d+   -> O:(.*)");
+    const std::regex line("(?:^|\n)" + name + "\t :   " + index + "   -> O:(.*)");
     return std::regex_search(list, match, line) ? match[1].str() : "none";
 }
 
-int RecordCount() {
-    return std::stoi(List(false).substr(sizeof "Display Mutex List: --> Mutex Count:"));
-}
-
-/// The conditions that `action` reports.
-Texts Reports(const std::function<void()>& action) {
-    testing::internal::CaptureStderr();
-    action();
-    const std::string reports = testing::internal::GetCapturedStderr();
-    Texts conditions;
-    const std::regex report(R"(ASSERT\((.*) in: \.\\lockobj  line \d+\n)");
-    for (std::sregex_iterator match(reports.begin(), reports.end(), report), end; match != end;
-         ++match)
-        conditions.push_back((*match)[1]);
-    EXPECT_EQ(std::regex_replace(reports, report, ""), "");
-    return conditions;
+std::string Reports(std::initializer_list<const char*> conditions) {
+    return Asserted("lockobj", conditions);
 }
 
 void OnThread(const std::function<void()>& action) { std::thread(action).join(); }
@@ -75,38 +61,29 @@ TEST(MutexLock, ShowsItsHolderAtEachDepthUntilItIsFree) {
     MutexLock mutex("depth");
     EXPECT_EQ(Shown("depth"), "");
     EXPECT_EQ(List(false).find("depth"), std::string::npos) << "only held ones";
-    EXPECT_EQ(Reports([&] {
-                  for (const bool isNested : {false, true}) {
-                      const bool taken = isNested ? mutex.TryLock(0) : (mutex.Lock(), true);
-                      EXPECT_TRUE(taken);
-                      mutex.Lock();
-                      EXPECT_EQ(Shown("depth"), Id());
-                      EXPECT_FALSE(TryLockElsewhere(mutex, 20));
-                      mutex.Unlock();
-                  }
-                  EXPECT_EQ(Shown("depth"), Id());
-                  mutex.Unlock();
-                  EXPECT_FALSE(TryLockElsewhere(mutex));
-                  EXPECT_NE(List(false).find("depth\t"), std::string::npos);
-                  mutex.Unlock();
-                  EXPECT_EQ(Shown("depth"), "");
-                  EXPECT_TRUE(TryLockElsewhere(mutex));
-              }),
-              Texts());
+    const auto use = [&] {
+        mutex.Lock();
+        EXPECT_TRUE(mutex.TryLock(0));
+        mutex.Lock();
+        for (int depth = 3; depth > 0; --depth) {
+            EXPECT_EQ(Shown("depth"), Id());
+            EXPECT_NE(List(false).find("depth\t"), std::string::npos);
+            EXPECT_FALSE(TryLockElsewhere(mutex, depth == 3 ? 20 : 0)) << depth;
+            mutex.Unlock();
+        }
+        EXPECT_EQ(Shown("depth"), "");
+        EXPECT_TRUE(TryLockElsewhere(mutex));
+    };
+    EXPECT_EQ(ReportOf(use), "");
 }
 
 TEST(MutexLock, IsListedUnderItsName) {
     const std::string LONG = "abcdefghijklmnopqrstuvwxyz";
-    const struct {
-        std::string name, shown, renamed;
-    } CASES[] = {{" ", "MTX_\\d+", " "},
-                 {"", "MTX_\\d+", ""},
-                 {"x", "MTX_\\d+", "x"},
-                 {"ab", "ab", "ab"},
-                 {LONG.substr(0, 23), LONG.substr(0, 23), LONG.substr(0, 23)},
-                 {LONG.substr(0, 24), LONG.substr(0, 24), LONG.substr(0, 24)},
-                 {LONG, LONG.substr(0, 24), LONG.substr(0, 24)}};
-    for (const auto& [name, shown, renamed] : CASES) {
+    for (const std::string& name :
+         {std::string(" "), std::string(), std::string("x"), std::string("ab"), LONG.substr(0, 23),
+          LONG.substr(0, 24), LONG}) {
+        const std::string renamed = name.substr(0, 24);
+        const std::string shown = name.size() < 2 ? "MTX_\\d+" : renamed;
         MutexLock mutex(name.c_str()), other("before it was renamed");
         EXPECT_EQ(Shown(shown), "") << name;
         mutex.SetName("another");
@@ -118,48 +95,43 @@ TEST(MutexLock, IsListedUnderItsName) {
 
 TEST(MutexLock, ReportsWrongUseAndGoesOn) {
     MutexLock mutex("wrong");
-    EXPECT_EQ(Reports([&] { mutex.Unlock(); }),
-              (Texts{NOT_OWNER, "(m_LockedCount >=0)", "(0!=m_ThreadId)"}));
-    EXPECT_EQ(Reports([&] { mutex.Lock(); }), Texts()) << "the count goes on from -1";
-    EXPECT_EQ(Reports([&] { mutex.Lock(); }), Texts{"(m_ThreadId == 0)"});
-}
+    EXPECT_EQ(ReportOf([&] { mutex.Unlock(); }),
+              Reports({NOT_OWNER, "(m_LockedCount >=0)", "(0!=m_ThreadId)"}));
+    EXPECT_EQ(ReportOf([&] { mutex.Lock(); }), "") << "the count goes on from -1";
+    EXPECT_EQ(ReportOf([&] { mutex.Lock(); }), Reports({"(m_ThreadId == 0)"}));
 
-TEST(MutexLock, AStrangersUnlockTakesOneOffTheCountAndFreesNothing) {
-    MutexLock mutex("stranger");
-    mutex.Lock();
-    mutex.Lock();
-    EXPECT_EQ(Reports([&] { OnThread([&] { mutex.Unlock(); }); }), Texts{NOT_OWNER});
-    EXPECT_EQ(Shown("stranger"), Id());
-    EXPECT_EQ(Reports([&] { OnThread([&] { mutex.Unlock(); }); }), Texts{NOT_OWNER});
-    EXPECT_EQ(Shown("stranger"), "");
-    EXPECT_FALSE(TryLockElsewhere(mutex)) << "the platform's mutex is still held";
+    MutexLock held("stranger");
+    held.Lock();
+    held.Lock();
+    for (const std::string& shown : {Id(), std::string()}) {
+        EXPECT_EQ(ReportOf([&] { OnThread([&] { held.Unlock(); }); }), Reports({NOT_OWNER}));
+        EXPECT_EQ(Shown("stranger"), shown) << "a stranger's Unlock takes one off the count";
+    }
+    EXPECT_FALSE(TryLockElsewhere(held)) << "the platform's mutex is still held";
 }
 
 TEST(MutexLock, ContinuesTheCountOfAHolderThatEnded) {
-    MutexLock mutex("abandoned");
-    OnThread([&] { mutex.Lock(); });
+    MutexLock mutex("abandoned"), next("next");
+    OnThread([&] { mutex.Lock(), next.Lock(); });
     EXPECT_NE(Shown("abandoned"), "");
     EXPECT_FALSE(mutex.TryLock(0)) << "told once";
-    EXPECT_EQ(Reports([&] { EXPECT_TRUE(mutex.TryLock(0)); }), Texts{NOT_OWNER});
+    EXPECT_EQ(ReportOf([&] { EXPECT_TRUE(mutex.TryLock(0)); }), Reports({NOT_OWNER}));
     EXPECT_EQ(Shown("abandoned"), Id());
-    EXPECT_EQ(Reports([&] { mutex.Unlock(); }), Texts{NOT_OWNER});
+    EXPECT_EQ(ReportOf([&] { mutex.Unlock(); }), Reports({NOT_OWNER}));
     EXPECT_EQ(Shown("abandoned"), Id()) << "the count of the dead one is left";
-
-    MutexLock next("next");
-    OnThread([&] { next.Lock(); });
-    EXPECT_EQ(Reports([&] { next.Lock(); }), Texts{NOT_OWNER});
+    EXPECT_EQ(ReportOf([&] { next.Lock(); }), Reports({NOT_OWNER}));
 }
 
 TEST(MutexLock, IsDestroyedInSilenceByItsHolderAlone) {
-    const std::string OWNER = "(MutexDbgList[m_DbgListIndex].Owner == getOwnThreadId())";
     auto mutex = std::make_unique<MutexLock>("destroyed");
     mutex->Lock();
-    EXPECT_EQ(Reports([&] { mutex.reset(); }), Texts());
+    EXPECT_EQ(ReportOf([&] { mutex.reset(); }), "");
     EXPECT_EQ(Shown("destroyed"), "none");
 
     mutex = std::make_unique<MutexLock>("destroyed");
     mutex->Lock();
-    EXPECT_EQ(Reports([&] { OnThread([&] { mutex.reset(); }); }), Texts{OWNER});
+    EXPECT_EQ(ReportOf([&] { OnThread([&] { mutex.reset(); }); }),
+              Reports({"(MutexDbgList[m_DbgListIndex].Owner == getOwnThreadId())"}));
 
     // A waiter of one of two copies sees the other destroyed: its wait fails, and counts as taken.
     static MutexLock* const original = new MutexLock("copied");
@@ -168,11 +140,11 @@ TEST(MutexLock, IsDestroyedInSilenceByItsHolderAlone) {
     auto copy = std::make_unique<MutexLock>(*original);
     std::thread waiter([] { original->Lock(); });
     ASSERT_TRUE(Eventually([] { return Shown("copied").find(" | W: ") != std::string::npos; }));
-    const Texts reports = Reports([&] {
+    const std::string reports = ReportOf([&] {
         copy.reset();
         waiter.join();
     });
-    EXPECT_EQ(reports, (Texts{"(MutexDbgList[m_DbgListIndex].Waiter[i] == 0)", NOT_OWNER}));
+    EXPECT_EQ(reports, Reports({"(MutexDbgList[m_DbgListIndex].Waiter[i] == 0)", NOT_OWNER}));
 }
 
 TEST(MutexLock, ShowsTheFirstFiveWaiters) {
@@ -182,10 +154,10 @@ TEST(MutexLock, ShowsTheFirstFiveWaiters) {
     std::string expected = Id();
     for (int i = 0; i < 6; ++i) {
         std::atomic<int> id{0};
-        threads.emplace_back([&, i] {
+        threads.emplace_back([&] {
             id = gettid();
             mutex.Lock();
-            EXPECT_EQ(Shown("queue").substr(0, Id().size()), Id()) << i;
+            EXPECT_EQ(Shown("queue").substr(0, Id().size()), Id());
             mutex.Unlock();
         });
         ASSERT_TRUE(Eventually([&] { return id != 0; }));
@@ -197,7 +169,7 @@ TEST(MutexLock, ShowsTheFirstFiveWaiters) {
     for (std::thread& thread : threads)
         thread.join();
     mutex.Lock();
-    EXPECT_EQ(Shown("queue"), Id());
+    EXPECT_EQ(Shown("queue"), Id()) << "no waiter is left";
     mutex.Unlock();
 }
 
@@ -209,61 +181,39 @@ TEST(MutexLock, BeyondTheTableSharesTheLastRecord) {
         mutexes.push_back(std::make_unique<MutexLock>("one of many"));
     std::cout.rdbuf(before);
     EXPECT_EQ(console.str(), "can't create Mutex debug entry \n");
-    EXPECT_EQ(RecordCount(), 800);
-    const auto last = [] {
-        std::smatch match;
-        const std::string list = List();
-        return std::regex_search(list, match, std::regex("(.*)\t :   799   -> O:(.*)"))
-                   ? match[1].str() + match[2].str()
-                   : "free";
-    };
+    EXPECT_EQ(List(false).find("Display Mutex List: --> Mutex Count: 800\n"), 0u);
+    const auto last = [] { return Shown("one of many", "799"); };
     mutexes.back()->Lock();
-    EXPECT_EQ(last(), "one of many" + Id());
+    EXPECT_EQ(last(), Id());
     EXPECT_TRUE(TryLockElsewhere(*mutexes[mutexes.size() - 2])) << "a mutex of its own";
-    EXPECT_EQ(last(), "one of many") << "which tells of itself in the same record";
+    EXPECT_EQ(last(), "") << "which tells of itself in the same record";
     mutexes.back()->Unlock();
     mutexes.pop_back();
-    EXPECT_EQ(last(), "free") << "for both";
+    EXPECT_EQ(last(), "none") << "free for both";
     mutexes[5].reset();
     const MutexLock reused("reused");
     EXPECT_EQ(Shown("reused"), "");
-    EXPECT_EQ(last(), "free") << "the first free record is taken";
-    EXPECT_EQ(RecordCount(), 800);
-}
-
-TEST(MutexLock, BuiltAtTheSameMomentGetsARecordOfItsOwn) {
-    constexpr std::size_t THREADS = 8, EACH = 50;
-    std::vector<std::unique_ptr<MutexLock>> mutexes(THREADS * EACH);
-    std::vector<std::thread> threads;
-    std::atomic<bool> go{false};
-    for (std::size_t i = 0; i < THREADS; ++i) {
-        threads.emplace_back([&, i] {
-            while (!go)
-                std::this_thread::yield();
-            for (std::size_t j = 0; j < EACH; ++j)
-                mutexes[i * EACH + j] = std::make_unique<MutexLock>();
-        });
-    }
-    go = true;
-    for (std::thread& thread : threads)
-        thread.join();
-    const std::string list = List();
-    const std::regex name("(MTX_(\\d+))\t :   \\2   -> O:\n");
-    const std::set<std::string> names(std::sregex_token_iterator(list.begin(), list.end(), name, 1),
-                                      {});
-    EXPECT_EQ(names.size(), mutexes.size());
+    EXPECT_EQ(Shown(".*", "799"), "none") << "the first free record is taken";
+    EXPECT_EQ(List(false).find("Display Mutex List: --> Mutex Count: 800\n"), 0u);
 }
 
 TEST(MutexLock, CanBeListedWhileManyThreadsNestLocksAndComeAndGo) {
+    constexpr int THREADS = 8, EACH = 50;
     MutexLock outer("outer"), inner("inner");
+    std::vector<std::unique_ptr<MutexLock>> built(THREADS * EACH);
+    std::latch together(THREADS);
     std::atomic<bool> stop{false};
     std::vector<std::thread> threads;
     int count = 0;
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < THREADS; ++i) {
         threads.emplace_back([&, i] {
+            together.arrive_and_wait();
+            for (int j = i; j < THREADS * EACH; j += THREADS)
+                built[static_cast<std::size_t>(j)] = std::make_unique<MutexLock>();
             for (int round = 0; !stop || round < 100; ++round) {
                 MutexLock passing("a name of 24 characters.");
-                outer.Lock();
+                for (bool taken = false; !taken;)
+                    taken = round % 3 == 0 ? outer.TryLock(1) : (outer.Lock(), true);
                 inner.Lock();
                 outer.Lock();
                 ++count;
@@ -284,8 +234,13 @@ TEST(MutexLock, CanBeListedWhileManyThreadsNestLocksAndComeAndGo) {
     stop = true;
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_GE(count, 800);
+    EXPECT_GE(count, 100 * THREADS);
     EXPECT_EQ(Shown("outer"), "");
+    const std::string text = List();
+    const std::regex name("(MTX_(\\d+))\t :   \\2   -> O:\n");
+    const std::set<std::string> names(std::sregex_token_iterator(text.begin(), text.end(), name, 1),
+                                      {});
+    EXPECT_EQ(names.size(), built.size()) << "each has a record of its own";
 }
 
 TEST(SemaphoreLock, ClampsItsCounts) {
@@ -295,10 +250,9 @@ TEST(SemaphoreLock, ClampsItsCounts) {
                  {5, 0, 0, 5},  {5, 5, 5, 5}, {5, 6, 5, 5}, {2, 1, 1, 2}};
     for (const auto& [maximum, initial, free, capacity] : CASES) {
         SemaphoreLock semaphore(maximum, initial);
-        SemaphoreLock* const copy = &semaphore;
-        const auto taken = [&] {
+        const auto taken = [&semaphore] {
             int units = 0;
-            while (units % 2 == 0 ? semaphore.CheckLock() : copy->TryLock(0))
+            while (units % 2 == 0 ? semaphore.CheckLock() : semaphore.TryLock(0))
                 ++units;
             return units;
         };
@@ -310,24 +264,19 @@ TEST(SemaphoreLock, ClampsItsCounts) {
 }
 
 TEST(EventLock, ResetsItselfUnlessToldOtherwise) {
-    for (const bool manual : {false, true}) {
-        for (const bool initial : {false, true}) {
-            EventLock event(manual, initial);
-            EXPECT_EQ(event.Wait(0), initial);
-            EXPECT_EQ(event.Wait(0), initial && manual);
-            event.Set();
-            event.Set();
-            EXPECT_TRUE(event.Wait());
-            EXPECT_EQ(event.Wait(20), manual);
-            event.Set();
-            event.Reset();
-            EXPECT_FALSE(event.Wait(0));
-        }
-    }
     EventLock byDefault;
     EXPECT_FALSE(byDefault.Wait(0));
-    std::thread setter([&] { byDefault.Set(); });
-    EXPECT_TRUE(byDefault.Wait(0xFFFFFFFF));
-    setter.join();
-    EXPECT_FALSE(byDefault.Wait(0));
+    for (const bool manual : {false, true}) {
+        EventLock event(manual, true);
+        for (EventLock* const set : {&event, manual ? &event : &byDefault}) {
+            set->Set();
+            EXPECT_TRUE(set->Wait());
+            EXPECT_EQ(set->Wait(20), manual);
+            set->Set();
+            set->Reset();
+            EXPECT_FALSE(set->Wait(0));
+        }
+        EXPECT_TRUE(EventLock(manual, true).Wait(0xFFFFFFFF));
+        EXPECT_FALSE(EventLock(manual, false).Wait(0));
+    }
 }

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <functional>
 #include <string>
+
+#include "tests/support/report_of.h"
 
 namespace {
 
@@ -30,6 +30,7 @@ struct {
     {Bytes(55), "8d24280288a696559fd8d5aa1b6d8c6e"},
     {Bytes(56), "ef2c72b7254c92459e498eddd4ace573"},
     {Bytes(64), "a2fcb39a253b9b785b1f97518fa37683"},
+    {std::string(1'000'000, 'a'), "7707d6ae4e027c70eea2a935c2296f21"},
 };
 
 const unsigned char* Unsigned(const std::string& text) {
@@ -41,15 +42,6 @@ std::string Finalized(MD5& md5) {
     return md5.hex_digest();
 }
 
-/// Whether `call` writes exactly one report to the standard error stream.
-bool IsReported(const std::function<void()>& call) {
-    testing::internal::CaptureStderr();
-    call();
-    const std::string report = testing::internal::GetCapturedStderr();
-    const int line = std::atoi(report.c_str() + report.rfind(' ') + 1);
-    return line > 0 && report == "ASSERT((false) in: .\\md5  line " + std::to_string(line) + "\n";
-}
-
 }  // namespace
 
 TEST(Md5, GivesTheDigestThroughEveryWayInAndAnySplit) {
@@ -57,7 +49,7 @@ TEST(Md5, GivesTheDigestThroughEveryWayInAndAnySplit) {
         const auto size = static_cast<unsigned int>(message.size());
         EXPECT_EQ(MD5(message.data(), size).hex_digest(), digest);
         EXPECT_EQ(MD5(Unsigned(message), size).hex_digest(), digest);
-        for (unsigned int split = 0; split <= size; ++split) {
+        for (unsigned int split = 0; split <= size && split <= 100; ++split) {
             MD5 original, assigned("x", 1);
             original.update(Unsigned(message), split);
             MD5 copied(original);
@@ -72,30 +64,22 @@ TEST(Md5, GivesTheDigestThroughEveryWayInAndAnySplit) {
     }
 }
 
-TEST(Md5, TakesAMillionBytesInUnevenPieces) {
-    const std::string pieces(1000, 'a');
-    MD5 md5;
-    for (unsigned int piece = 0; piece < 1000; ++piece) {
-        md5.update(pieces.data(), piece);
-        md5.update(Unsigned(pieces), 1000 - piece);
-    }
-    EXPECT_EQ(Finalized(md5), "7707d6ae4e027c70eea2a935c2296f21");
-}
-
 TEST(Md5, ReportsCallsInTheWrongStateAndStaysAsItWas) {
+    const std::string report = Asserted("md5", {"(false)"});
     MD5 md5;
     md5.update("ab", 2);
     unsigned char raw[16] = {1, 2, 3};
-    EXPECT_TRUE(IsReported([&] { md5.raw_digest(raw); }));
+    EXPECT_EQ(ReportOf([&] { md5.raw_digest(raw); }), report);
     EXPECT_EQ(raw[2], 3);
-    EXPECT_TRUE(IsReported([&] { EXPECT_EQ(md5.hex_digest(), ""); }));
+    EXPECT_EQ(ReportOf([&] { EXPECT_EQ(md5.hex_digest(), ""); }), report);
     md5.update("c", 1);
     EXPECT_EQ(Finalized(md5), EXAMPLES[2].digest);
-    EXPECT_TRUE(IsReported([&] { md5.update("d", 1); }));
-    EXPECT_TRUE(IsReported([&] { md5.update(Unsigned(""), 0); }));
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(Finalized(md5), EXAMPLES[2].digest);
-    md5.raw_digest(raw);
+    EXPECT_EQ(ReportOf([&] { md5.update("d", 1); }), report);
+    EXPECT_EQ(ReportOf([&] { md5.update(Unsigned(""), 0); }), report);
+    EXPECT_EQ(ReportOf([&] {
+                  EXPECT_EQ(Finalized(md5), EXAMPLES[2].digest);
+                  md5.raw_digest(raw);
+              }),
+              "");
     EXPECT_EQ(std::string(raw, raw + 4), "\x90\x01\x50\x98");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }

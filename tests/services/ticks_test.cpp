@@ -24,26 +24,16 @@ TEST(Ticks, CountTheMillisecondsOfAPause) {
 }
 
 TEST(HexAToUint, ReadsTheLeadingDigits) {
-    const struct {
+    struct Row {
         const char* text;
         unsigned int value;
         int length;
-    } CASES[] = {{"1aF", 0x1AF, 3},
-                 {"0x10", 0, 1},
-                 {"", 0, 0},
-                 {"xyz", 0, 0},
-                 {"FFFFFFFFF", 0xFFFFFFFF, 9},
-                 {"123456789", 0x23456789, 9},
-                 {" 1", 0, 0},
-                 {"-1", 0, 0},
-                 {"9/", 9, 1},
-                 {"9:", 9, 1},
-                 {"A@", 10, 1},
-                 {"FG", 15, 1},
-                 {"a`", 10, 1},
-                 {"fg", 15, 1},
-                 {"7\xb0", 7, 1}};
-    for (const auto& [text, value, length] : CASES) {
+    };
+    for (const auto& [text, value, length] :
+         {Row{"1aF", 0x1AF, 3}, Row{"0x10", 0, 1}, Row{"", 0, 0}, Row{"xyz", 0, 0},
+          Row{"FFFFFFFFF", 0xFFFFFFFF, 9}, Row{"123456789", 0x23456789, 9}, Row{" 1", 0, 0},
+          Row{"-1", 0, 0}, Row{"9/", 9, 1}, Row{"9:", 9, 1}, Row{"A@", 10, 1}, Row{"FG", 15, 1},
+          Row{"a`", 10, 1}, Row{"fg", 15, 1}, Row{"7\xb0", 7, 1}}) {
         const char* end = nullptr;
         EXPECT_EQ(HexAToUint(text, &end), value) << text;
         EXPECT_EQ(end - text, length) << text;

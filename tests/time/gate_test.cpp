@@ -2,7 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
-#include <sstream>
+#include <cstring>
 #include <string>
 
 #include "tests/fakes/calendar.h"
@@ -41,26 +41,25 @@ TEST(Gate, ConvertsToLocalTimeUntilTwoResultsAgree) {
     const struct {
         const char *records, *calls;
         int hour;
-        bool success;
-        std::string retries, report;
-    } CASES[] = {{"aa", "ll", 'a', true, "", ""},          {"abb", "lll", 'b', true, "", ""},
-                 {"abcc", "llll", 'c', true, "1", ""},     {"abcdee", "llllll", 'e', true, "3", ""},
-                 {"abcdef", "llllll", 'e', true, "4", ""}, {"-a", "l", 0, false, "", FAILED},
-                 {"a-b", "ll", 'a', false, "", ""},        {"abc-c", "llll", 'c', false, "1", ""}};
-    for (const auto& row : CASES) {
-        SCOPED_TRACE(row.records);
-        calendar = {.records = row.records};
+        const char *retries, *report;
+    } CASES[] = {{"aa", "ll", 'a', "", ""},      {"abb", "lll", 'b', "", ""},
+                 {"abcc", "llll", 'c', "1", ""}, {"abcdef", "llllll", 'e', "4", ""},
+                 {"-a", "l", 0, "", FAILED},     {"abc-c", "llll", 'c', "1", ""}};
+    for (const auto& [records, calls, hour, retries, report] : CASES) {
+        SCOPED_TRACE(records);
+        calendar = {.records = records};
         told.clear();
         const std::int32_t seconds = 5;
-        bool success = !row.success;
-        struct tm record {};
-        EXPECT_EQ(ReportOf([&] { record = BqGMTime::localtime(&seconds, &success); }), row.report);
-        EXPECT_EQ(calendar.calls, row.calls);
-        EXPECT_EQ(record.tm_hour, row.hour);
-        EXPECT_EQ(success, row.success);
-        EXPECT_EQ(told, row.retries.empty() ? ""
-                                            : "BqGMTime::tm_mutex needs " + row.retries +
-                                                  " retries for time conversion");
+        const bool expected = std::strchr(records, '-') == nullptr;
+        bool success = !expected;
+        EXPECT_EQ(
+            ReportOf([&] { EXPECT_EQ(BqGMTime::localtime(&seconds, &success).tm_hour, hour); }),
+            report);
+        EXPECT_EQ(calendar.calls, calls);
+        EXPECT_EQ(success, expected);
+        EXPECT_EQ(told, *retries == '\0' ? ""
+                                         : std::string("BqGMTime::tm_mutex needs ") + retries +
+                                               " retries for time conversion");
     }
 }
 
@@ -83,40 +82,30 @@ TEST(Gate, ConvertsToGMTOnceAndReportsSecondsThatChange) {
 TEST(Gate, ReadsFieldsAndTellsOfAFailure) {
     const struct {
         std::vector<std::int32_t> seconds;
-        bool writeBack;
-        std::int32_t result;
-        bool success;
+        bool writeBack, success;
         int minute, hour;
-        const char *calls, *report;
-    } CASES[] = {{{42}, true, 42, true, 7, 9, "M", ""},
-                 {{42}, false, 42, true, 3, 9, "M", ""},
-                 {{-2}, true, -2, true, 7, 9, "M", ""},
-                 {{-1, -1}, true, -1, false, 0, 0, "Mm", FAILED},
-                 {{-1, 13}, true, 13, false, 7, 0, "Mm", FAILED},
-                 {{-1, 13}, false, 13, false, 3, 9, "Mm", FAILED}};
+        const char* calls;
+    } CASES[] = {{{-2}, true, true, 7, 9, "M"},
+                 {{-2}, false, true, 3, 9, "M"},
+                 {{-1, -1}, true, false, 0, 0, "Mm"},
+                 {{-1, 13}, true, false, 7, 0, "Mm"},
+                 {{-1, 13}, false, false, 3, 9, "Mm"}};
     for (const auto& row : CASES) {
         calendar = {.seconds = row.seconds};
-        struct tm record {};
-        record.tm_min = 3;
-        record.tm_hour = 9;
-        record.tm_isdst = 1;
+        struct tm record = {0, 3, 9, 0, 0, 0, 0, 0, 1, 0, nullptr};
         bool success = !row.success;
         std::int32_t result = 0;
         EXPECT_EQ(ReportOf([&] { result = BqGMTime::mktime(&record, row.writeBack, &success); }),
-                  row.report);
+                  row.success ? "" : FAILED);
         EXPECT_EQ(calendar.calls, row.calls);
         EXPECT_EQ(std::tuple(result, success, record.tm_min, record.tm_hour),
-                  std::tuple(row.result, row.success, row.minute, row.hour));
+                  std::tuple(row.seconds.back(), row.success, row.minute, row.hour));
     }
-}
-
-TEST(Gate, ReadsFieldsAsGMTWithTheZoneReadAnew) {
     calendar = {.seconds = {-3600, 5, 0x7FFFFFFF}, .zones = {-3600, 7200, -2}};
     struct tm record {};
-    EXPECT_EQ(BqGMTime::timegm(&record), 0);
-    EXPECT_EQ(BqGMTime::timegm(&record), -7195);
-    EXPECT_EQ(BqGMTime::timegm(&record), -0x7FFFFFFF) << "in 32 bits";
-    EXPECT_EQ(calendar.calls, "zmzmzm");
+    for (const int seconds : {0, -7195, -0x7FFFFFFF})
+        EXPECT_EQ(BqGMTime::timegm(&record), seconds);
+    EXPECT_EQ(calendar.calls, "zmzmzm") << "the zone is read anew";
     EXPECT_EQ(record.tm_min, 0) << "not written back";
 }
 
@@ -127,33 +116,27 @@ TEST(Gate, TakesTheOffsetFromStandardTimesEachCountedFromGMT) {
         int offset;
         const char *calls, *report;
     } CASES[] = {
-        {"one standard time", {.seconds = {7200, 3600}, .zones = {-3600}}, 3600000, "gllmm", ""},
         {"changed in between", {.seconds = {100, 0}, .zones = {-60, -30}}, 130000, "gllmm", ""},
         {"beyond 32 bits", {.seconds = {3'000'000, 0}}, -1'294'967'296, "gllmm", ""},
         {"GMT with daylight saving", {.gmDaylight = 1, .seconds = {5, 5}}, 0, "gllmM", DAYLIGHT},
         {"nothing can be converted", {.records = "-", .seconds = {-1}}, 0, "glmmmm", nullptr},
     };
+    const std::string twice = std::string(FAILED) + FAILED, everyFailure = twice + twice;
     for (const auto& row : CASES) {
         SCOPED_TRACE(row.what);
         calendar = row.calendar;
         int offset = -1;
         bool daylight = false;
-        const auto ask = [&] {
-            offset = BqGMTime::getLocalTimeMsecOffset(BqGMTime(5000), &daylight);
-        };
-        const std::string report = ReportOf(ask), everyFailure = std::string(FAILED) + FAILED;
-        EXPECT_EQ(report, row.report != nullptr ? row.report : everyFailure + everyFailure);
-        EXPECT_EQ(offset, row.offset);
-        EXPECT_EQ(calendar.calls, row.calls);
-        EXPECT_EQ(daylight, row.report != nullptr);
+        const std::string report =
+            ReportOf([&] { offset = BqGMTime::getLocalTimeMsecOffset(BqGMTime(5000), &daylight); });
+        EXPECT_EQ(report, row.report != nullptr ? row.report : everyFailure);
+        EXPECT_EQ(std::tuple(offset, daylight, calendar.calls),
+                  std::tuple(row.offset, row.report != nullptr, row.calls));
     }
     calendar = {};
     bool untouched = true;
     EXPECT_EQ(BqGMTime::getLocalTimeMsecOffset(BqGMTime(-1), &untouched), 0);
     EXPECT_EQ(BqGMTime::getLocalTimeMsecOffset(BqGMTime(0), &untouched), 0);
-    std::ostringstream out;
-    out << BqGMTime();
-    EXPECT_EQ(out.str(), "Invalid time");
     EXPECT_TRUE(untouched && calendar.calls.empty());
 }
 
@@ -178,8 +161,7 @@ TEST(UniqueId, IsMadeOfTimeCounterAndFraction) {
         std::uint64_t id, counterAfter;
         const char* calls;
     } CASES[] = {
-        {"known", 0x12345678, 7045, 0xABC, {}, 0x12345678ABC0002D, 0xABD, ""},
-        {"wide counter", 0x12345678, 45, 0x1ABC, {}, 0x12345678ABC0002D, 0x1ABD, ""},
+        {"known", 0x12345678, 7045, 0x1ABC, {}, 0x12345678ABC0002D, 0x1ABD, ""},
         {"counter wraps", 1, 999, MOST, {}, 0x1FFF003E7, 1, ""},
         {"first", 5, 45, 0, {0xA00}, 0x5A2D0002D, 0xA2E, "s5r"},
         {"first sum is 0", 5, 0, 0, {0}, 0x500100000, 2, "s5r"},
@@ -193,9 +175,9 @@ TEST(UniqueId, IsMadeOfTimeCounterAndFraction) {
         calendar = {.now = row.seconds, .randoms = row.randoms};
         fakes::milliseconds = row.clock;
         uniqueCounter = row.counter;
-        EXPECT_EQ(static_cast<std::uint64_t>(create_unique_id()), row.id);
-        EXPECT_EQ(uniqueCounter, row.counterAfter);
-        EXPECT_EQ(calendar.calls, row.calls);
+        const auto id = static_cast<std::uint64_t>(create_unique_id());
+        EXPECT_EQ(std::tuple(id, std::uint64_t{uniqueCounter}, calendar.calls),
+                  std::tuple(row.id, row.counterAfter, row.calls));
     }
 }
 

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "tests/support/zone.h"
@@ -15,29 +16,20 @@ namespace {
 
 constexpr int FIRST_DAY = 365, LAST_DAY = 24836;
 
-struct Date {
-    unsigned short year;
-    unsigned char month, day;
-    bool operator==(const Date&) const = default;
-};
-
-/// A name for each different zone of the database.
-std::vector<std::string> Zones() {
+/// A name for each different zone of the database, by its content.
+std::map<std::string, std::string> Zones() {
     const std::filesystem::path folder = "/usr/share/zoneinfo";
-    std::map<std::string, std::string> nameByContent;
+    std::map<std::string, std::string> zones;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
         if (!entry.is_regular_file())
             continue;
-        const std::string name = entry.path().lexically_relative(folder);
         std::ifstream file(entry.path(), std::ios::binary);
         const std::string content{std::istreambuf_iterator<char>(file), {}};
+        const std::string name = entry.path().lexically_relative(folder);
         if (content.rfind("TZif", 0) == 0 && name.rfind("right/", 0) != 0)
-            nameByContent.emplace(content, name);
+            zones.emplace(content, name);
     }
-    std::vector<std::string> names;
-    for (const auto& [content, name] : nameByContent)
-        names.push_back(name);
-    return names;
+    return zones;
 }
 
 bool AreSame(const struct tm& a, const struct tm& b) {
@@ -45,10 +37,9 @@ bool AreSame(const struct tm& a, const struct tm& b) {
            std::strcmp(a.tm_zone, b.tm_zone) == 0;
 }
 
-struct tm HostLocal(std::int32_t seconds) {
-    const std::time_t wide = seconds;
+struct tm HostLocal(std::time_t seconds) {
     struct tm record;
-    localtime_r(&wide, &record);
+    localtime_r(&seconds, &record);
     return record;
 }
 
@@ -109,33 +100,30 @@ std::vector<std::int32_t> Samples() {
     return samples;
 }
 
-/// All dates that can be set.
-std::vector<Date> Dates() {
-    std::vector<Date> dates;
+/// All dates that can be set, as the standard library counts them.
+void CheckDates() {
     for (int day = FIRST_DAY; day <= LAST_DAY; ++day) {
-        const std::chrono::year_month_day date{std::chrono::sys_days{std::chrono::days{day}}};
-        dates.push_back({static_cast<unsigned short>(static_cast<int>(date.year())),
-                         static_cast<unsigned char>(static_cast<unsigned>(date.month())),
-                         static_cast<unsigned char>(static_cast<unsigned>(date.day()))});
+        const std::chrono::year_month_day expected{std::chrono::sys_days{std::chrono::days{day}}};
+        const auto year = static_cast<unsigned short>(static_cast<int>(expected.year()));
+        const auto month = static_cast<unsigned char>(static_cast<unsigned>(expected.month()));
+        const auto dayOfMonth = static_cast<unsigned char>(static_cast<unsigned>(expected.day()));
+        BqLocalDate date;
+        date.set(dayOfMonth, month, year);
+        ASSERT_EQ(date.getDayNumber(), day);
+        unsigned short readYear;
+        unsigned char readMonth, readDay;
+        date.get(&readYear, &readMonth, &readDay, nullptr);
+        ASSERT_EQ(std::tuple(readYear, readMonth, readDay), std::tuple(year, month, dayOfMonth));
     }
-    return dates;
 }
 
 TEST(Zones, AllDatesAndInstantsAreRightInEachZone) {
-    const std::vector<std::string> zones = Zones();
-    const std::vector<Date> dates = Dates();
+    const auto zones = Zones();
     ASSERT_GT(zones.size(), 300u);
-    for (const std::string& name : zones) {
+    for (const auto& [content, name] : zones) {
         SCOPED_TRACE(name);
         const ScopedZone zone(name.c_str());
-        for (std::size_t i = 0; i < dates.size(); ++i) {
-            BqLocalDate date;
-            Date read;
-            date.set(dates[i].day, dates[i].month, dates[i].year);
-            ASSERT_EQ(date.getDayNumber(), FIRST_DAY + static_cast<int>(i));
-            date.get(&read.year, &read.month, &read.day, nullptr);
-            ASSERT_EQ(read, dates[i]) << i;
-        }
+        ASSERT_NO_FATAL_FAILURE(CheckDates());
         for (const std::int32_t seconds : Samples())
             ASSERT_EQ(FaultAt(seconds), "") << seconds;
     }
