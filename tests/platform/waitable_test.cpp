@@ -115,6 +115,20 @@ TEST(Waitable, EachGiftReachesOneWaiterAndClosingFailsTheOthers) {
     }
 }
 
+TEST(Waitable, ClosingAHeldMutexFailsThoseThatWait) {
+    Handle const held = CreateMutexA();
+    WaitForSingleObject(held, 0);
+    std::uint32_t results[2] = {};
+    {
+        Runner one([&] { results[0] = WaitForSingleObject(held, INFINITE); });
+        Runner two([&] { results[1] = WaitForSingleObject(held, 60000); });
+        ASSERT_TRUE(one.IsAsleep() && two.IsAsleep());
+        EXPECT_TRUE(CloseHandle(held));
+    }
+    EXPECT_EQ(results[0], WAIT_FAILED);
+    EXPECT_EQ(results[1], WAIT_FAILED);
+}
+
 TEST(Waitable, NoWaitEndsEarlyUnderSignals) {
     struct sigaction ignoring = {};
     ignoring.sa_handler = [](int) {};  // without SA_RESTART
