@@ -181,7 +181,7 @@ class Catalog(unittest.TestCase):
         started = subprocess.Popen([PROGRAM, "list", "tree"], cwd=self.work, text=True,
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         while not os.path.exists(os.path.join(self.work, "vy-current-status")) \
-                or self.log()[-1] != "reading the files":
+                or self.log()[-1:] != ["reading the files"]:
             self.assertIsNone(started.poll())
         started.send_signal(signal.SIGINT)
         self.assertEqual(started.communicate(timeout=50), ("", "catalog: interrupted\n"))
