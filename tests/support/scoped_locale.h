@@ -21,13 +21,17 @@ private:
     bool set_;
 };
 
-/// The name of a locale with a decimal comma and a single-byte encoding, built for the test.
+/// The name of a locale with a decimal comma and a single-byte encoding, built for the tests: once,
+/// and whole when it gets its name, as several programs may want it at the same moment.
 inline const char* GermanLatin1() {
     static const bool built = [] {
         const std::string folder = testing::TempDir() + "utilities-locales";
         ::setenv("LOCPATH", folder.c_str(), 1);
-        return std::system(("mkdir -p " + folder + " && localedef -i de_DE -f ISO-8859-1 " +
-                            folder + "/de_DE.ISO-8859-1 2>/dev/null")
+        return std::system(("cd / && mkdir -p " + folder + " && cd " + folder +
+                            " && { test -d de_DE.ISO-8859-1 ||"
+                            " { localedef -i de_DE -f ISO-8859-1 ./new$$ 2>/dev/null &&"
+                            " mv -T new$$ de_DE.ISO-8859-1 2>/dev/null; } ||"
+                            " { rm -rf new$$; test -d de_DE.ISO-8859-1; }; }")
                                .c_str()) == 0;
     }();
     EXPECT_TRUE(built) << "localedef and its sources (package locales) are needed";
