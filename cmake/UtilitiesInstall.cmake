@@ -7,10 +7,12 @@ set(pkgconfigDir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 install(TARGETS Utilities EXPORT Utilities
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+                COMPONENT runtime NAMELINK_COMPONENT development
+        FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
         # Beside the header set, for clients whose CMake (before 3.23) knows none.
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(EXPORT Utilities NAMESPACE Utilities:: FILE UtilitiesTargets.cmake DESTINATION ${configDir})
+install(EXPORT Utilities NAMESPACE Utilities:: FILE UtilitiesTargets.cmake DESTINATION ${configDir}
+        COMPONENT development)
 
 configure_package_config_file(
     ${CMAKE_CURRENT_LIST_DIR}/UtilitiesConfig.cmake.in ${PROJECT_BINARY_DIR}/UtilitiesConfig.cmake
@@ -19,7 +21,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/UtilitiesConfigVersion.cm
                                  COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/UtilitiesConfig.cmake
               ${PROJECT_BINARY_DIR}/UtilitiesConfigVersion.cmake
-        DESTINATION ${configDir})
+        DESTINATION ${configDir} COMPONENT development)
 
 # In the pkg-config file a directory is given from the prefix, unless the packager set an absolute one.
 set(pcPrefix ${CMAKE_INSTALL_PREFIX})
@@ -33,7 +35,7 @@ foreach(dir LIBDIR INCLUDEDIR)
     cmake_path(APPEND pc_${dir} ${CMAKE_INSTALL_${dir}})
 endforeach()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/utilities.pc.in ${PROJECT_BINARY_DIR}/utilities.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/utilities.pc DESTINATION ${pkgconfigDir})
+install(FILES ${PROJECT_BINARY_DIR}/utilities.pc DESTINATION ${pkgconfigDir} COMPONENT development)
 
 # Where GDB looks for what belongs to a library: by the library's full path, below its own data
 # directory, which is that of the prefix /usr. The prefix is the one of the installation.
@@ -43,4 +45,6 @@ if(NOT IS_ABSOLUTE ${libDir})
 endif()
 install(FILES ${PROJECT_SOURCE_DIR}/utilities/gdb/libUtilities-gdb.py
         DESTINATION "${CMAKE_INSTALL_DATADIR}/gdb/auto-load${libDir}"
-        RENAME libUtilities.so.${PROJECT_VERSION}-gdb.py)
+        RENAME libUtilities.so.${PROJECT_VERSION}-gdb.py COMPONENT development)
+
+include(${CMAKE_CURRENT_LIST_DIR}/UtilitiesPackages.cmake)
