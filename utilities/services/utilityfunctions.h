@@ -60,8 +60,9 @@ UTILITIES_EXPORT const char* getZipfileExtension();
 ///
 /// The call takes at most 30 seconds, after which `gzip` is killed and the call fails. An existing
 /// result is emptied first and held while `gzip` runs: a second call on it, in this process or
-/// another, fails at once and leaves it alone. After any other failure the result doesn't exist.
-/// `gzip` is trusted: one that fails in time counts as success, whatever it wrote.
+/// another, fails at once and leaves it alone, as does one that can't open it. After any other
+/// failure the result doesn't exist. `gzip` is trusted: one that fails in time counts as success,
+/// whatever it wrote.
 ///
 /// A blank in the source's path parts it, and `gzip` sees two names. A file is not written onto
 /// itself: that fails and leaves it as it was.

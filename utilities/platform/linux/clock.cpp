@@ -11,6 +11,7 @@
 #include <ctime>
 
 #include "utilities/platform/linux/futex.h"
+#include "utilities/platform/linux/retry.h"
 
 namespace platform {
 
@@ -29,10 +30,10 @@ std::int64_t Milliseconds(clockid_t source) {
 /// there is none.
 bool ReadStartTicks(long long& ticks) {
     char line[1024];
-    const int file = open("/proc/self/stat", O_RDONLY | O_CLOEXEC);
+    const int file = Uninterrupted([] { return open("/proc/self/stat", O_RDONLY | O_CLOEXEC); });
     if (file < 0)
         return false;
-    const ssize_t size = read(file, line, sizeof line - 1);
+    const ssize_t size = Uninterrupted([&] { return read(file, line, sizeof line - 1); });
     close(file);
     line[size > 0 ? size : 0] = '\0';
     // The second field is a name in parentheses, which may hold anything.

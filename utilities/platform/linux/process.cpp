@@ -49,7 +49,7 @@ public:
     const posix_spawn_file_actions_t* Get() const { return error ? nullptr : &actions; }
 
 private:
-    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_t actions{};
     bool error;
 };
 

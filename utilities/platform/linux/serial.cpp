@@ -80,7 +80,7 @@ PortReference Remove(Handle handle) {
 /// not root's.
 bool IsTaken(Port& port) {
     if (!ReadSettings(port.descriptor, port.state) ||
-        flock(port.descriptor, LOCK_EX | LOCK_NB) != 0)
+        Uninterrupted([&] { return flock(port.descriptor, LOCK_EX | LOCK_NB); }) != 0)
         return false;
     port.isExclusive = ioctl(port.descriptor, TIOCEXCL) == 0;
     return port.isExclusive;

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <string>
 
+#include "utilities/platform/linux/retry.h"
 #include "utilities/platform/linux/zonerule.h"
 
 namespace platform {
@@ -109,12 +110,14 @@ void FollowRule(std::string_view footer, Zone& zone) {
 std::string ContentOf(const char* path) {
     std::string content;
     struct stat status;
-    const int file = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    const int file =
+        Uninterrupted([&] { return open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); });
     if (file < 0)
         return content;
     if (fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_size <= 1 << 20) {
         content.resize(static_cast<std::size_t>(status.st_size));
-        const ssize_t size = read(file, content.data(), content.size());
+        const ssize_t size =
+            Uninterrupted([&] { return read(file, content.data(), content.size()); });
         content.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
     }
     close(file);
