@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "holding.h"
 #include "interrupt.h"
 #include "utilities/utilities.h"
 
@@ -23,18 +24,17 @@ public:
     explicit Queue(std::size_t size) : filled(static_cast<int>(size), 0) { indexes.reserve(size); }
 
     void Push(std::size_t index) {
-        access.Lock();
-        indexes.push_back(index);
-        access.Unlock();
+        {
+            const Holding holding(access);
+            indexes.push_back(index);
+        }
         filled.Unlock();
     }
 
     std::size_t Pop() {
         filled.Lock();
-        access.Lock();
-        const std::size_t index = indexes[taken++];
-        access.Unlock();
-        return index;
+        const Holding holding(access);
+        return indexes[taken++];
     }
 
 private:

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <string>
 
+#include "holding.h"
+
 namespace {
 
 constexpr unsigned int BETWEEN_DRAWINGS = 100;  // Milliseconds.
@@ -26,13 +28,12 @@ Progress::~Progress() {
 }
 
 void Progress::Step() {
-    access.Lock();
+    const Holding holding(access);
     ++done;
     if (isShown && isTerminal)
         DrawBar();
     else if (isShown)
         PrintLine();
-    access.Unlock();
 }
 
 void Progress::DrawBar() {

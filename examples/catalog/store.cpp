@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "holding.h"
 #include "messages.h"
 #include "storefile.h"
 
@@ -12,17 +13,6 @@ namespace {
 std::string DamageAt(unsigned int number) {
     return "record " + std::to_string(number) + " is damaged";
 }
-
-class Holding {
-public:
-    explicit Holding(MutexLock& held) : lock(held) { lock.Lock(); }
-    ~Holding() { lock.Unlock(); }
-    Holding(const Holding&) = delete;
-    Holding& operator=(const Holding&) = delete;
-
-private:
-    MutexLock& lock;
-};
 
 }  // namespace
 
