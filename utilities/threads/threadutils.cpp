@@ -1,6 +1,8 @@
 #include "utilities/threads/threadutils.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <string_view>
 #include <utility>
 
 #include "utilities/frame/assert_internal.h"
@@ -13,8 +15,6 @@
 namespace {
 
 constexpr char ASSERT_MODULE[] = ".\\threadutils";
-
-constexpr std::uint32_t NO_COUNT = platform::COUNT_FAILED;
 
 // For the fields of all objects, as an object may be gone as soon as its thread's end is seen. Held
 // for a few steps, and by nobody who waits for a thread.
@@ -118,8 +118,7 @@ void SystemThread::EndThread(unsigned int exitCode) {
 }
 
 bool SystemThread::Terminate(unsigned int exitCode) {
-    std::printf("%s [%d]\t terminating... ", getThreadName().c_str(),
-                static_cast<int>(getThreadId()));
+    PrintTermination();
     if (m_ThreadId == platform::GetCurrentThreadId()) {
         std::printf(" -> success!\n");
         EndThread(exitCode);
@@ -131,6 +130,24 @@ bool SystemThread::Terminate(unsigned int exitCode) {
     }
     std::printf(" -> success!\n");
     return true;
+}
+
+// A long name goes in pieces: to copy it whole takes memory, for the lack of which a destructor
+// must not fail, and the lock can't be held while a stream may block.
+void SystemThread::PrintTermination() const {
+    char piece[256];
+    std::size_t size = 0;
+    for (std::size_t start = 0; (size = CopyName(start, piece, sizeof piece)) == sizeof piece;
+         start += size)
+        std::fwrite(piece, 1, size, stdout);
+    std::printf("%.*s [%d]\t terminating... ", static_cast<int>(size), piece,
+                static_cast<int>(getThreadId()));
+}
+
+std::size_t SystemThread::CopyName(std::size_t start, char* piece, std::size_t size) const {
+    const HeldOffLock lock(fieldsLock);
+    const std::string_view name = m_ThreadName.c_str();
+    return name.copy(piece, size, std::min(start, name.size()));
 }
 
 // The platform's kill runs without the lock: it waits for the thread, which may have to take it.
@@ -168,12 +185,12 @@ void SystemThread::FinishKill(void* handle, unsigned int exitCode) {
 
 unsigned int SystemThread::Suspend() {
     void* const handle = getHandle();
-    return handle != nullptr ? platform::SuspendThread(handle) : NO_COUNT;
+    return handle != nullptr ? platform::SuspendThread(handle) : platform::COUNT_FAILED;
 }
 
 unsigned int SystemThread::Resume() {
     void* const handle = getHandle();
-    return handle != nullptr ? platform::ResumeThread(handle) : NO_COUNT;
+    return handle != nullptr ? platform::ResumeThread(handle) : platform::COUNT_FAILED;
 }
 
 // A thread that ended by itself has ended the run before its end could be seen. For one that was

@@ -3,6 +3,7 @@
 #define UTILITIES_THREADS_THREADUTILS_H
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -37,6 +38,11 @@
 /// flushing its streams. A suspended thread may hold the lock of the heap or of a stream: who is to
 /// resume it must not need these.
 class UTILITIES_EXPORT SystemThread {
+private:
+    /// Runs on the new thread; its result is the exit code. It stands here as the first in the
+    /// table of virtual functions.
+    virtual unsigned int ThreadEntryPoint();
+
 public:
     enum E_THREAD_PRIORITY {
         E_THREAD_PRIORITY_IDLE = -15,
@@ -112,8 +118,6 @@ protected:
     void EndThread(unsigned int exitCode);
 
 private:
-    /// Runs on the new thread; its result is the exit code.
-    virtual unsigned int ThreadEntryPoint();
     static unsigned int ThreadExecute(void* self);
 
     SystemThread(const SystemThread&);
@@ -122,6 +126,8 @@ private:
     UTILITIES_LOCAL void* Start(void* last);
     UTILITIES_LOCAL void Enter();
     UTILITIES_LOCAL void EndRun(unsigned int exitCode);
+    UTILITIES_LOCAL void PrintTermination() const;
+    UTILITIES_LOCAL std::size_t CopyName(std::size_t start, char* piece, std::size_t size) const;
     UTILITIES_LOCAL bool Kill(unsigned int exitCode);
     UTILITIES_LOCAL void* AnnounceKill(unsigned int exitCode, unsigned int& id);
     UTILITIES_LOCAL void FinishKill(void* handle, unsigned int exitCode);

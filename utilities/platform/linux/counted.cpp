@@ -6,8 +6,6 @@ namespace platform {
 
 namespace {
 
-constexpr std::uint32_t BLOCKED = 1;  // beside the results of a wait
-
 /// The state that a successful wait leaves.
 std::uint32_t StateAfterWait(std::uint64_t word) {
     const std::uint32_t state = StateOf(word);

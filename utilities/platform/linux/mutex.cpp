@@ -6,7 +6,6 @@ namespace platform {
 
 namespace {
 
-constexpr std::uint32_t BLOCKED = 1;  // beside the results of a wait
 constexpr int LONGEST_PAUSE = 128;
 
 std::uint32_t OwnerOf(std::uint64_t word) {

@@ -9,6 +9,9 @@
 
 namespace platform {
 
+/// Beside the results of a wait: there is nothing to take yet.
+inline constexpr std::uint32_t BLOCKED = 1;
+
 /// The calling thread in a wait. It lives on the thread's stack: a thread that is to die leaves its
 /// wait by itself first, and takes its waiter out of the queue.
 class Waiter {
