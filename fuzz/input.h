@@ -46,12 +46,6 @@ std::basic_string<Char> ToText(const Bytes& bytes) {
     return text;
 }
 
-/// What an operation that ends at the first NUL sees of a text.
-template <class Char>
-std::basic_string<Char> Terminated(const std::basic_string<Char>& text) {
-    return text.c_str();
-}
-
 /// Up to `most` characters from the start of the input.
 template <class Char>
 std::basic_string<Char> TakeText(FuzzedDataProvider& input, std::size_t most) {

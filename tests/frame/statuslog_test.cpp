@@ -17,32 +17,30 @@ TEST(StatusLog, KeepsWhatTheLastRunLeftAndFailsSilently) {
     const ScratchWorkingDirectory folder;
     VYStatusLogAppend("first");
     EXPECT_EQ(ReadFile(CURRENT), "\nfirst");
-    VYStatusLogWrite("replaced");
-    EXPECT_EQ(ReadFile(CURRENT), "replaced");
-    VYStatusLogWrite("");
-    EXPECT_EQ(std::filesystem::file_size(CURRENT), 0u);
+    for (const char* text : {"replaced", ""}) {
+        VYStatusLogWrite(text);
+        EXPECT_EQ(ReadFile(CURRENT), text);
+    }
+    EXPECT_TRUE(std::filesystem::remove(CURRENT));
 
-    std::filesystem::remove(CURRENT);
     VYStatusLogStart();
     EXPECT_FALSE(std::filesystem::exists(LAST_STOP));
-    VYStatusLogAppend("one");
-    VYStatusLogAppend("");
-    VYStatusLogAppend("two");
-    VYStatusLogStart();
-    EXPECT_EQ(ReadFile(LAST_STOP), "Start\0\none\n\ntwo"s);
-    VYStatusLogStart();
-    EXPECT_EQ(ReadFile(CURRENT), "Start\0"s);
-    EXPECT_EQ(ReadFile(LAST_STOP), "Start\0"s);
+    for (const char* text : {"one", "", "two"})
+        VYStatusLogAppend(text);
+    for (const std::string& left : {"Start\0\none\n\ntwo"s, "Start\0"s}) {
+        VYStatusLogStart();
+        EXPECT_EQ(ReadFile(LAST_STOP) + ReadFile(CURRENT), left + "Start\0"s);
+    }
 
-    // A file that can't be moved aside is emptied all the same.
     VYStatusLogAppend("old");
     std::filesystem::remove(LAST_STOP);
     std::filesystem::create_directories(LAST_STOP + "/full"s);
     VYStatusLogStart();
-    EXPECT_EQ(ReadFile(CURRENT), "Start\0"s);
+    EXPECT_EQ(ReadFile(CURRENT), "Start\0"s) << "emptied where it can't be moved aside";
 
     std::filesystem::remove(CURRENT);
     std::filesystem::create_directory(CURRENT);
+    VYStatusLogStart();
     VYStatusLogWrite("text");
     VYStatusLogAppend("text");
     EXPECT_TRUE(std::filesystem::is_directory(CURRENT));

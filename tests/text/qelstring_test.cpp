@@ -17,9 +17,8 @@ using namespace std::string_literals;
 
 TEST(Crossing, EveryOperationConverts) {
     const ScopedLocale locale("C.utf8");
-    EXPECT_EQ(String(u"gr\u00FC\u00DF"s), "gr\xC3\xBC\xC3\x9F");
-    EXPECT_EQ(WString("\xF0\x9F\x98\x80"s), u"\xD83D\xDE00");
     EXPECT_THROW(String(static_cast<const char*>(nullptr)), std::logic_error);
+    EXPECT_EQ(String(u"x€"s), "x\xE2\x82\xAC");
     WString wide(u"old");
     String("x€").ToWideString(wide);
     EXPECT_EQ(wide, u"x€");
@@ -52,28 +51,84 @@ TEST(Crossing, EveryOperationConverts) {
         EXPECT_EQ(found, (std::vector<int>{1, 4, -1, 4, 1, 1, 4, 5, 2, -1, 0, 3, 6, 0}));
 
         text = typename Text::value_type('c');
-        text += Text("u").c_str();
-        EXPECT_EQ(text, Text("cu"));
+        EXPECT_EQ(text, Text("c"));
         text = std::basic_string<typename Other::value_type>(Other("other"));
         EXPECT_EQ(text, Text("other"));
+        EXPECT_TRUE(text.Format(Text("<%s>").c_str(), text.c_str()));
+        EXPECT_EQ(text, Text("<other>"));
         EXPECT_FALSE(text.LoadStringA(0xFFFFFFFF));
         EXPECT_TRUE(text.empty());
     });
 }
 
-TEST(Crossing, FailsWholeAndEndsAtNulAndAtTheCapacity) {
-    String s("kept?");
-    s.Assign(u"abc\u0100"s);
-    EXPECT_EQ(s, "") << "the \"C\" locale has no such character";
-    EXPECT_EQ(String("ab").Find(u"\u0100"s), 0) << "searched for the empty text";
-    EXPECT_EQ(WString("ab\0cd"s), u"ab");
-    EXPECT_EQ(String(u"ab\0cd"s), "ab");
+/// By assignment and by formats, of which one crosses character by character. Text that can't cross
+/// is expected to give nothing.
+template <class To, class From>
+void ExpectCrosses(const From& text, const To& expected) {
+    To result("old");
+    const To formatted = expected.empty() ? result : expected;
+    for (const char* format : {"%S", "%.999S"}) {
+        EXPECT_EQ(result.Format(To(format).c_str(), text.c_str()), !expected.empty()) << format;
+        EXPECT_EQ(result, formatted);
+    }
+    result.Assign(text);
+    EXPECT_EQ(result, expected) << testing::PrintToString(text);
+}
 
+TEST(Crossing, IsWholeOrFailsAndEndsAtTheFirstNul) {
+    const struct {
+        const char* locale;
+        Narrow narrow;
+        Wide wide;
+        std::vector<Narrow> badNarrow;
+        std::vector<Wide> badWide;
+    } rows[] = {{"C", "\x7F", u"\x7F", {"\x80", "\xC3\xA9"}, {u"\x80", u"é"}},
+                {"C.utf8",
+                 "\xC2\x80\xDF\xBF\xE0\xA0\x80",
+                 u"\x80\u07FF\u0800",
+                 {"\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xC3(", "\xC3",
+                  "\xE2\x82", "\xF0\x90\x80"},
+                 {u"\xD800", u"\xDFFF", u"\xDC00z"}},
+                {"C.utf8",
+                 "\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF",
+                 u"\uD7FF\uE000\xFFFF\U00010000\U0010FFFF",
+                 {"\xED\xA0\x80", "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80"},
+                 {u"\xDBFFz", u"\xDBFF\xDBFF\xDFFF"}},
+                {GermanLatin1(), "\xC4\xFF", u"\u00C4\u00FF", {}, {u"€"}},
+                {HongKongBig5(),
+                 "\xA4\xA4\x9C\x71",
+                 u"\u4E2D\U00020021",
+                 {"\xFF", "\xA4"},
+                 {u"\xFFFF", u"\xD83D"}}};
+    for (const auto& row : rows) {
+        const ScopedLocale locale(row.locale);
+        ASSERT_TRUE(locale) << row.locale;
+        const String narrow(Narrow(20, 'a') + row.narrow + Narrow(20, 'b'));
+        const WString wide(Wide(20, u'a') + row.wide + Wide(20, u'b'));
+        ExpectCrosses(narrow, wide);
+        ExpectCrosses(wide, narrow);
+        for (const Narrow& bad : row.badNarrow) {
+            ExpectCrosses(String(bad + '\n' + narrow), WString());
+            ExpectCrosses(String(narrow + bad), WString());
+            ExpectCrosses(String(narrow + '\0' + bad), wide);
+        }
+        for (const Wide& bad : row.badWide) {
+            ExpectCrosses(WString(bad + wide), String());
+            ExpectCrosses(WString(wide + bad), String());
+            ExpectCrosses(WString(wide + u'\0' + bad), narrow);
+        }
+    }
+}
+
+TEST(Crossing, EndsBehindTheLastWholeCharacterThatHasRoom) {
     const ScopedLocale locale("C.utf8");
-    // 2 n + 2 bytes hold n + (2 - n) / 3 characters of three bytes, whole.
+    EXPECT_EQ(WString(Narrow(5000, 'x')), Wide(5000, u'x'));
+    // 2 n + 2 bytes are the room of n units.
     for (const auto& [units, bytes] : {std::pair(2u, 6u), {3, 6}, {10, 21}, {1000, 2001}})
         EXPECT_EQ(String(Wide(units, u'€')).size(), bytes);
-    EXPECT_EQ(WString(Narrow(5000, 'x')), Wide(5000, u'x'));
+    for (const Wide& cut : {u"é"s, u"😀"s})
+        EXPECT_EQ(String(u"€€€" + cut), "€€€");
+    EXPECT_EQ(String(u"€€€€\xD800"s), "€€€€") << "what has no room isn't looked at";
 }
 
 TEST(Subsets, AreJudgedByValueUpToTheFirstNul) {
@@ -86,61 +141,41 @@ TEST(Subsets, AreJudgedByValueUpToTheFirstNul) {
                 {u"a\u0080", false, false, "a?", "a?"},
                 {u"\u009Fz", false, false, "?z", "?z"},
                 {u"\u00A0\u00FF", false, true, "??", "\xA0\xFF"},
-                {u"\u0100\uFF41", false, false, "??", "??"},
-                {u"a\0\u0100"s, true, true, "a", "a"}};
+                {u"\u0141\u0180", false, false, "??", "??"},
+                {u"a\0\u0080"s, true, true, "a", "a"}};
     for (const auto& row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row.text));
+        SCOPED_TRACE(row.toLatin1);
         const WString wide(row.text);
+        const String narrow(Narrow(row.text.begin(), row.text.end()));
         Narrow ascii = "old", latin1 = "old";
         EXPECT_TRUE(wide.ToASCIIString(ascii) && wide.ToLatin1String(latin1));
         EXPECT_EQ(std::pair(ascii, latin1), std::pair(row.toAscii, row.toLatin1));
         EXPECT_EQ(std::pair(wide.IsASCII(), wide.IsLatin1()), std::pair(row.ascii, row.latin1));
-        if (row.text.find(u'\u0100') != Wide::npos)
-            continue;
-        const String narrow(Narrow(row.text.begin(), row.text.end()));
         EXPECT_EQ(std::pair(narrow.IsASCII(), narrow.IsLatin1()), std::pair(row.ascii, row.latin1));
     }
 }
 
-TEST(Editing, TrimsAndFoldsInBothWidths) {
-    const ScopedLocale locale("C.utf8");
+TEST(Editing, TrimsAndFoldsByTheLocale) {
     ForBothWidths([]<class Text>(Text text) {
-        for (const char* blanks : {"", " ", " \t\n\v\f\r"}) {
-            for (const Narrow middle : {"", "x", "a b"}) {
-                text = Text(blanks + middle + blanks);
-                text.LTrim();
-                EXPECT_EQ(text, Text(middle.empty() ? "" : middle + blanks));
-                text.RTrim();
-                EXPECT_EQ(text, Text(middle));
-            }
+        for (const Narrow middle : {"", "x", "a b"}) {
+            const Narrow blanks = " \t\n\v\f\r";
+            text = Text(blanks + middle + blanks);
+            text.LTrim();
+            EXPECT_EQ(text, Text(middle.empty() ? "" : middle + blanks));
+            text.RTrim();
+            EXPECT_EQ(text, Text(middle));
         }
     });
-
-    String s("aB\0cD\xE9"s);
+    const ScopedLocale locale(GermanLatin1());
+    String s("aB\0cD\xE4"s);
     WString w(u"\u2003a\u00E9\0\u03C9\xD83D\u3000"s);
     w.LTrim(), w.RTrim();
     s.ToUpper(), w.ToUpper();
-    EXPECT_EQ(s, "AB\0CD\xE9"s);
+    EXPECT_EQ(s, "AB\0CD\xC4"s);
     EXPECT_EQ(w, u"A\u00C9\0\u03A9\xD83D"s);
     s.ToLower(), w.ToLower();
-    EXPECT_EQ(s, "ab\0cd\xE9"s);
+    EXPECT_EQ(s, "ab\0cd\xE4"s);
     EXPECT_EQ(w, u"a\u00E9\0\u03C9\xD83D"s);
-
-    const ScopedLocale latin1(GermanLatin1());
-    s = "\xE4";
-    s.ToUpper();
-    EXPECT_EQ(s, "\xC4");
-}
-
-TEST(Formatting, HasALimitAndKeepsTheTextBeyondIt) {
-    ForBothWidths([]<class Text>(Text text) {
-        EXPECT_TRUE(text.Format(Text("%d %S").c_str(), -7, OtherOf<Text>("other").c_str()));
-        EXPECT_TRUE(text.Format(Text("<%s>").c_str(), text.c_str()));
-        EXPECT_EQ(text, Text("<-7 other>"));
-        EXPECT_TRUE(text.Format(Text("%1024c").c_str(), 'x'));
-        EXPECT_FALSE(text.Format(Text("%1025c").c_str(), 'y'));
-        EXPECT_EQ(text, Text(Narrow(1023, ' ') + "x"));
-    });
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include <cstdarg>
 
-#include "utilities/platform/printf.h"
+#include "utilities/platform/print.h"
 
 int printFmtDBGFile(const char* format, ...) {
     char line[1024];

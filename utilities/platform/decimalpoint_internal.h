@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "utilities/platform/locale.h"
+#include "utilities/platform/currentlocale.h"
 #include "utilities/platform/types.h"
 #include "utilities/platform/widetext.h"
 
@@ -24,9 +24,9 @@ inline std::u16string_view DecimalPointText(WideChar (&room)[POINT_CAPACITY]) {
     if (length == 1 && static_cast<unsigned char>(*point) < 0x80)
         room[0] = static_cast<WideChar>(*point);
     else
-        units = mbstowcs(room, point, length, POINT_CAPACITY);
+        units = mbstowcs(room, point, length);
     // The categories for numbers and for characters can be of locales with different encodings.
-    if (units == 0 || units > POINT_CAPACITY) {
+    if (units == CONVERSION_FAILED) {
         room[0] = u'.';
         units = 1;
     }

@@ -24,18 +24,14 @@ constexpr CodePoint ReadUnits(const WideChar* text) {
     return {text[0], 1};
 }
 
-/// Writes `point` and gives the number of units written, 0 where they don't fit into `room` units.
-constexpr std::size_t WriteUnits(WideChar* out, char32_t point, std::size_t room) {
-    const std::size_t units = point > 0xFFFF ? 2 : 1;
-    if (room < units)
-        return 0;
-    if (units == 2) {
-        out[0] = static_cast<WideChar>(0xD7C0 + (point >> 10));
-        out[1] = static_cast<WideChar>(0xDC00 | (point & 0x3FF));
-    } else {
-        out[0] = static_cast<WideChar>(point);
+/// Writes `point` and gives the end of its units.
+constexpr WideChar* WriteUnits(WideChar* out, char32_t point) {
+    if (point > 0xFFFF) {
+        *out++ = static_cast<WideChar>(0xD7C0 + (point >> 10));
+        point = 0xDC00 | (point & 0x3FF);
     }
-    return units;
+    *out++ = static_cast<WideChar>(point);
+    return out;
 }
 
 }  // namespace platform

@@ -103,11 +103,7 @@ Step ConvertOne(Progress<WideChar, char>& at) {
     point = (lead & 0x07) << 18 | point << 6 | (byte(3) & 0x3F);
     if (!continues(3) || point < 0x10000 || point > 0x10FFFF)
         return Step::Failed;
-    const std::size_t units =
-        WriteUnits(at.out, point, static_cast<std::size_t>(at.outEnd - at.out));
-    if (units == 0)
-        return Step::Ended;
-    at.out += units;
+    at.out = WriteUnits(at.out, point);
     at.in += 4;
     return Step::Done;
 }
@@ -186,16 +182,16 @@ std::size_t Convert(Out* const out, const In* text, std::size_t length, std::siz
 
 }  // namespace
 
-std::size_t DecodeAscii(WideChar* out, const char* text, std::size_t length, std::size_t capacity) {
-    return ConvertAscii(out, text, length, capacity);
+std::size_t DecodeAscii(WideChar* out, const char* text, std::size_t length) {
+    return ConvertAscii(out, text, length, length);
 }
 
 std::size_t EncodeAscii(char* out, const WideChar* text, std::size_t length, std::size_t capacity) {
     return ConvertAscii(out, text, length, capacity);
 }
 
-std::size_t DecodeUtf8(WideChar* out, const char* text, std::size_t length, std::size_t capacity) {
-    return Convert(out, text, length, capacity);
+std::size_t DecodeUtf8(WideChar* out, const char* text, std::size_t length) {
+    return Convert(out, text, length, length);
 }
 
 std::size_t EncodeUtf8(char* out, const WideChar* text, std::size_t length, std::size_t capacity) {

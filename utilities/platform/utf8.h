@@ -10,11 +10,11 @@
 
 namespace platform {
 
-std::size_t DecodeUtf8(WideChar* out, const char* text, std::size_t length, std::size_t capacity);
+std::size_t DecodeUtf8(WideChar* out, const char* text, std::size_t length);
 std::size_t EncodeUtf8(char* out, const WideChar* text, std::size_t length, std::size_t capacity);
 
 /// As above where every byte or unit above 0x7F is a failure.
-std::size_t DecodeAscii(WideChar* out, const char* text, std::size_t length, std::size_t capacity);
+std::size_t DecodeAscii(WideChar* out, const char* text, std::size_t length);
 std::size_t EncodeAscii(char* out, const WideChar* text, std::size_t length, std::size_t capacity);
 
 }  // namespace platform

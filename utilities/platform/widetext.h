@@ -12,18 +12,17 @@ namespace platform {
 /// The result of a conversion that met something that can't be converted.
 inline constexpr std::size_t CONVERSION_FAILED = static_cast<std::size_t>(-1);
 
-/// Converts `text`, whose `length` bytes end in a NUL that isn't counted, up to its first NUL or
-/// until `capacity` units are full. The cut falls on a whole character: a pair of surrogates is
-/// written whole or not at all. Gives the number of units written, without a terminator.
+/// Converts `text`, whose `length` bytes end in a NUL that isn't counted, up to its first NUL, into
+/// at most `length` units. Gives the number of units written, without a terminator.
 ///
 /// A byte sequence that means nothing in the locale, a code point above 0x10FFFF and a surrogate
-/// in the encoding give `CONVERSION_FAILED`; what `out` holds then is unspecified. Text behind a
-/// cut is not looked at.
-std::size_t mbstowcs(WideChar* out, const char* text, std::size_t length, std::size_t capacity);
+/// in the encoding give `CONVERSION_FAILED`; what `out` holds then is unspecified.
+std::size_t mbstowcs(WideChar* out, const char* text, std::size_t length);
 
-/// The way back: `length` units that end in a NUL, into at most `capacity` bytes. A pair of
-/// surrogates is one character; one without its other half, and a character that the locale
-/// doesn't have, give `CONVERSION_FAILED`.
+/// The way back: `length` units that end in a NUL, up to the first one or until `capacity` bytes
+/// are full, cut at a whole character. Text behind a cut is not looked at. A pair of surrogates is
+/// one character; one without its other half, and a character that the locale doesn't have, give
+/// `CONVERSION_FAILED`.
 std::size_t wcstombs(char* out, const WideChar* text, std::size_t length, std::size_t capacity);
 
 /// White space, as the locale has it. A unit that is half a pair is none.

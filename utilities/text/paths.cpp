@@ -1,8 +1,7 @@
-#include <algorithm>
 #include <fstream>
 
 #include "utilities/frame/assert_internal.h"
-#include "utilities/platform/paths.h"
+#include "utilities/platform/pathparts.h"
 #include "utilities/text/qelstring.h"
 
 namespace {

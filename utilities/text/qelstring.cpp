@@ -4,7 +4,7 @@
 #include <cstdarg>
 #include <memory>
 
-#include "utilities/platform/printf.h"
+#include "utilities/platform/print.h"
 #include "utilities/platform/widetext.h"
 
 using NarrowBase = std::basic_string<char>;
@@ -19,23 +19,27 @@ struct Width;
 template <>
 struct Width<char> {
     using Other = WideChar;
-    static constexpr auto Convert = platform::wcstombs;
     static constexpr auto Print = platform::_vsnprintf;
     static constexpr auto IsSpace = platform::isspace;
     static constexpr auto Upper = platform::toupper;
     static constexpr auto Lower = platform::tolower;
-    static std::size_t Capacity(std::size_t sourceLength) { return 2 * sourceLength + 2; }
+    static std::size_t Capacity(const WideBase& source) { return 2 * source.size() + 2; }
+    static std::size_t Convert(char* out, const WideBase& source) {
+        return platform::wcstombs(out, source.c_str(), source.size(), Capacity(source));
+    }
 };
 
 template <>
 struct Width<WideChar> {
     using Other = char;
-    static constexpr auto Convert = platform::mbstowcs;
     static constexpr auto Print = platform::_vsnwprintf;
     static constexpr auto IsSpace = platform::iswspace;
     static constexpr auto Upper = platform::towupper;
     static constexpr auto Lower = platform::towlower;
-    static std::size_t Capacity(std::size_t sourceLength) { return sourceLength; }
+    static std::size_t Capacity(const NarrowBase& source) { return source.size(); }
+    static std::size_t Convert(WideChar* out, const NarrowBase& source) {
+        return platform::mbstowcs(out, source.c_str(), source.size());
+    }
 };
 
 template <class Char>
@@ -48,13 +52,13 @@ using OtherText = std::basic_string<typename Width<Char>::Other>;
 template <class Char>
 void Cross(Text<Char>& out, const OtherText<Char>& source) {
     constexpr std::size_t ON_STACK = 512;
-    const std::size_t capacity = Width<Char>::Capacity(source.size());
+    const std::size_t capacity = Width<Char>::Capacity(source);
     Char local[ON_STACK];
     std::unique_ptr<Char[]> heap;
     if (capacity > ON_STACK)
         heap = std::make_unique_for_overwrite<Char[]>(capacity);
     Char* const buffer = heap ? heap.get() : local;
-    const std::size_t count = Width<Char>::Convert(buffer, source.c_str(), source.size(), capacity);
+    const std::size_t count = Width<Char>::Convert(buffer, source);
     out.assign(buffer, count == platform::CONVERSION_FAILED ? 0 : count);
 }
 

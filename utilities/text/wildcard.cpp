@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <string>
+#include <string_view>
 
 #include "utilities/text/qelstring.h"
 

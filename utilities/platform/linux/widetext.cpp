@@ -5,7 +5,7 @@
 #include <cwctype>
 #include <memory>
 
-#include "utilities/platform/locale.h"
+#include "utilities/platform/currentlocale.h"
 #include "utilities/platform/surrogates.h"
 #include "utilities/platform/utf8.h"
 
@@ -16,22 +16,6 @@ namespace {
 // The system's wide character holds a code point, so that its functions serve the encodings that
 // have no code of their own here, with their results joined to and split into 16-bit units.
 static_assert(sizeof(wchar_t) == 4);
-
-/// Splits `count` code points into units; see `mbstowcs` for the cut and the failures.
-std::size_t SplitCodePoints(WideChar* out, const wchar_t* points, std::size_t count,
-                            std::size_t capacity) {
-    std::size_t written = 0;
-    for (std::size_t i = 0; i < count && written < capacity; ++i) {
-        const auto point = static_cast<char32_t>(points[i]);
-        if (point > 0x10FFFF || IsSurrogate(point))
-            return CONVERSION_FAILED;
-        const std::size_t units = WriteUnits(out + written, point, capacity - written);
-        if (units == 0)
-            break;
-        written += units;
-    }
-    return written;
-}
 
 /// Joins units up to the first NUL into code points and gives their number. A surrogate alone stays
 /// as it is: no encoding has it, so that the conversion of the code points fails there.
@@ -45,12 +29,20 @@ std::size_t JoinSurrogates(wchar_t* points, const WideChar* text, std::size_t le
     return count;
 }
 
-std::size_t HostToWide(WideChar* out, const char* text, std::size_t length, std::size_t capacity) {
-    const auto points = std::make_unique_for_overwrite<wchar_t[]>(length + 1);
-    const std::size_t count = std::mbstowcs(points.get(), text, length + 1);
+/// No encoding has a pair of units in a single byte, so that they have room.
+std::size_t HostToWide(WideChar* out, const char* text, std::size_t length) {
+    const auto points = std::make_unique_for_overwrite<wchar_t[]>(length);
+    const std::size_t count = std::mbstowcs(points.get(), text, length);
     if (count == CONVERSION_FAILED)
         return CONVERSION_FAILED;
-    return SplitCodePoints(out, points.get(), count, capacity);
+    WideChar* end = out;
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto point = static_cast<char32_t>(points[i]);
+        if (point > 0x10FFFF || IsSurrogate(point))
+            return CONVERSION_FAILED;
+        end = WriteUnits(end, point);
+    }
+    return static_cast<std::size_t>(end - out);
 }
 
 std::size_t HostToNarrow(char* out, const WideChar* text, std::size_t length,
@@ -69,28 +61,20 @@ WideChar MapUnit(Function function, WideChar c) {
 
 }  // namespace
 
-std::size_t mbstowcs(WideChar* out, const char* text, std::size_t length, std::size_t capacity) {
-    switch (NarrowEncoding()) {
-        case Encoding::Utf8:
-            return DecodeUtf8(out, text, length, capacity);
-        case Encoding::Ascii:
-            return DecodeAscii(out, text, length, capacity);
-        case Encoding::Other:
-            break;
-    }
-    return HostToWide(out, text, length, capacity);
+std::size_t mbstowcs(WideChar* out, const char* text, std::size_t length) {
+    const Encoding encoding = NarrowEncoding();
+    if (encoding == Encoding::Other)
+        return HostToWide(out, text, length);
+    const auto convert = encoding == Encoding::Utf8 ? DecodeUtf8 : DecodeAscii;
+    return convert(out, text, length);
 }
 
 std::size_t wcstombs(char* out, const WideChar* text, std::size_t length, std::size_t capacity) {
-    switch (NarrowEncoding()) {
-        case Encoding::Utf8:
-            return EncodeUtf8(out, text, length, capacity);
-        case Encoding::Ascii:
-            return EncodeAscii(out, text, length, capacity);
-        case Encoding::Other:
-            break;
-    }
-    return HostToNarrow(out, text, length, capacity);
+    const Encoding encoding = NarrowEncoding();
+    if (encoding == Encoding::Other)
+        return HostToNarrow(out, text, length, capacity);
+    const auto convert = encoding == Encoding::Utf8 ? EncodeUtf8 : EncodeAscii;
+    return convert(out, text, length, capacity);
 }
 
 bool isspace(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }

@@ -1,4 +1,4 @@
-#include "utilities/platform/locale.h"
+#include "utilities/platform/currentlocale.h"
 
 #include <langinfo.h>
 

@@ -1,6 +1,6 @@
 /// Text of the other width on its way into the formatter's output.
-#ifndef UTILITIES_PLATFORM_PRINTF_CROSSING_INTERNAL_H
-#define UTILITIES_PLATFORM_PRINTF_CROSSING_INTERNAL_H
+#ifndef UTILITIES_PLATFORM_PRINT_CROSSING_INTERNAL_H
+#define UTILITIES_PLATFORM_PRINT_CROSSING_INTERNAL_H
 
 #include <algorithm>
 #include <climits>
@@ -11,7 +11,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "utilities/platform/printf_output_internal.h"
+#include "utilities/platform/print_output_internal.h"
 #include "utilities/platform/surrogates.h"
 #include "utilities/platform/types.h"
 #include "utilities/platform/widetext.h"
@@ -34,20 +34,19 @@ inline std::size_t LengthUpTo(const WideChar* text, std::size_t most) {
     return length;
 }
 
-inline std::size_t Cross(WideChar* out, const char* text, std::size_t length,
-                         std::size_t capacity) {
-    return mbstowcs(out, text, length, capacity);
-}
-
-inline std::size_t Cross(char* out, const WideChar* text, std::size_t length,
-                         std::size_t capacity) {
-    return wcstombs(out, text, length, capacity);
-}
-
 /// The most characters of the output's width that one of the other width becomes.
 template <class Char>
 std::size_t CrossingGrowth() {
     return std::is_same_v<Char, WideChar> ? 1 : MB_CUR_MAX;
+}
+
+/// Both want room for that growth.
+inline std::size_t Cross(WideChar* out, const char* text, std::size_t length) {
+    return mbstowcs(out, text, length);
+}
+
+inline std::size_t Cross(char* out, const WideChar* text, std::size_t length) {
+    return wcstombs(out, text, length, length * CrossingGrowth<char>());
 }
 
 /// Copies the character at `text` and a NUL to `out` and gives its length, 0 at the text's end.
@@ -81,7 +80,7 @@ bool CrossWhole(Output<Char>& output, const Other* text) {
     const std::size_t length = LengthUpTo(text, most);
     if (length == most)
         return false;
-    const std::size_t written = Cross(output.End(), text, length, output.Room());
+    const std::size_t written = Cross(output.End(), text, length);
     if (written == CONVERSION_FAILED)
         output.Fail();
     else
@@ -101,7 +100,7 @@ void CrossCharacters(Output<Char>& output, const Other* text, std::size_t most) 
             return;
         std::size_t written = CONVERSION_FAILED;
         if (length != CONVERSION_FAILED)
-            written = Cross(crossed, character, length, CHARACTER_CAPACITY);
+            written = Cross(crossed, character, length);
         if (written == CONVERSION_FAILED) {
             output.Fail();
             return;

@@ -1,4 +1,4 @@
-#include "utilities/platform/paths.h"
+#include "utilities/platform/pathparts.h"
 
 #include <algorithm>
 #include <string_view>

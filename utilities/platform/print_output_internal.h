@@ -1,12 +1,12 @@
 /// What the formatter writes to.
-#ifndef UTILITIES_PLATFORM_PRINTF_OUTPUT_INTERNAL_H
-#define UTILITIES_PLATFORM_PRINTF_OUTPUT_INTERNAL_H
+#ifndef UTILITIES_PLATFORM_PRINT_OUTPUT_INTERNAL_H
+#define UTILITIES_PLATFORM_PRINT_OUTPUT_INTERNAL_H
 
 #include <algorithm>
 #include <cstddef>
 #include <string_view>
 
-#include "utilities/platform/printf_internal.h"
+#include "utilities/platform/print_internal.h"
 
 namespace platform {
 
@@ -15,16 +15,16 @@ template <class Char>
 class Output {
 public:
     Output(Char* buffer, std::size_t limit)
-        : m_Begin(buffer), m_Limit(std::min(limit, TOO_LONG - 1)) {}
+        : begin_(buffer), limit_(std::min(limit, TOO_LONG - 1)) {}
 
-    std::size_t Count() const { return m_Count; }
-    std::size_t Room() const { return m_Limit - m_Count; }
-    Char* End() { return m_Begin + m_Count; }
-    bool Failed() const { return m_Failed; }
-    void Fail() { m_Failed = true; }
+    std::size_t Count() const { return count_; }
+    std::size_t Room() const { return limit_ - count_; }
+    Char* End() { return begin_ + count_; }
+    bool Failed() const { return failed_; }
+    void Fail() { failed_ = true; }
 
     /// Takes in what was written at the end.
-    void Advance(std::size_t count) { m_Count += count; }
+    void Advance(std::size_t count) { count_ += count; }
 
     void Fill(char character, std::size_t count) {
         if (!Fits(count))
@@ -46,7 +46,7 @@ public:
     void Indent(std::size_t start, std::size_t count) {
         if (!Fits(count))
             return;
-        Char* const text = m_Begin + start;
+        Char* const text = begin_ + start;
         std::copy_backward(text, End(), End() + count);
         std::fill_n(text, count, Char{' '});
         Advance(count);
@@ -54,14 +54,14 @@ public:
 
 private:
     bool Fits(std::size_t count) {
-        m_Failed = m_Failed || count > Room();
-        return !m_Failed;
+        failed_ = failed_ || count > Room();
+        return !failed_;
     }
 
-    Char* m_Begin;
-    std::size_t m_Limit;
-    std::size_t m_Count = 0;
-    bool m_Failed = false;
+    Char* begin_;
+    std::size_t limit_;
+    std::size_t count_ = 0;
+    bool failed_ = false;
 };
 
 }  // namespace platform

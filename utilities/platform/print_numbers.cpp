@@ -1,4 +1,4 @@
-#include "utilities/platform/printf_internal.h"
+#include "utilities/platform/print_internal.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,18 +6,19 @@
 #include <cstdio>
 #include <type_traits>
 
-#include "utilities/platform/locale.h"
+#include "utilities/platform/currentlocale.h"
 
 namespace platform {
 namespace {
 
-bool IsUpper(char letter) { return letter >= 'A' && letter <= 'Z'; }
+bool IsUpper(char letter) { return letter <= 'Z'; }
 
 char Lower(char letter) { return static_cast<char>(letter | 0x20); }
 
+/// The characters of a number: behind the small letters come none.
 void MakeUpper(char* first, const char* last) {
     for (; first != last; ++first) {
-        if (*first >= 'a' && *first <= 'z')
+        if (*first >= 'a')
             *first = static_cast<char>(*first - ('a' - 'A'));
     }
 }

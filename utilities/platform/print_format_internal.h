@@ -1,6 +1,6 @@
 /// What the formatter reads: the format's conversions and the arguments.
-#ifndef UTILITIES_PLATFORM_PRINTF_FORMAT_INTERNAL_H
-#define UTILITIES_PLATFORM_PRINTF_FORMAT_INTERNAL_H
+#ifndef UTILITIES_PLATFORM_PRINT_FORMAT_INTERNAL_H
+#define UTILITIES_PLATFORM_PRINT_FORMAT_INTERNAL_H
 
 #include <algorithm>
 #include <cstdarg>
@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "utilities/platform/printf_internal.h"
+#include "utilities/platform/print_internal.h"
 
 namespace platform {
 
@@ -84,22 +84,22 @@ template <class Char>
 class ConversionReader {
 public:
     ConversionReader(const Char* format, Arguments& arguments)
-        : m_At(format), m_Arguments(arguments) {}
+        : at_(format), arguments_(arguments) {}
 
     /// Behind the conversion, or at the format's end.
-    const Char* At() const { return m_At; }
+    const Char* At() const { return at_; }
 
     /// The type is NUL where the format ends too early or goes on outside ASCII.
     Conversion Read() {
         Conversion conversion;
         while (ReadFlag(conversion))
-            ++m_At;
+            ++at_;
         ReadWidth(conversion);
         if (Accept('.'))
             ReadPrecision(conversion);
         conversion.size = ReadSize();
-        if (*m_At != Char{}) {
-            const auto type = static_cast<std::make_unsigned_t<Char>>(*m_At++);
+        if (*at_ != Char{}) {
+            const auto type = static_cast<std::make_unsigned_t<Char>>(*at_++);
             conversion.type = type < 0x80 ? static_cast<char>(type) : '\0';
         }
         return conversion;
@@ -107,14 +107,14 @@ public:
 
 private:
     bool Accept(char expected) {
-        if (*m_At != static_cast<Char>(expected))
+        if (*at_ != static_cast<Char>(expected))
             return false;
-        ++m_At;
+        ++at_;
         return true;
     }
 
     bool ReadFlag(Conversion& conversion) const {
-        switch (*m_At) {
+        switch (*at_) {
             case '-':
                 return conversion.left = true;
             case '+':
@@ -132,8 +132,8 @@ private:
 
     std::size_t ReadCount() {
         std::size_t count = 0;
-        for (; *m_At >= '0' && *m_At <= '9'; ++m_At)
-            count = std::min(count * 10 + static_cast<std::size_t>(*m_At - '0'), TOO_LONG);
+        for (; *at_ >= '0' && *at_ <= '9'; ++at_)
+            count = std::min(count * 10 + static_cast<std::size_t>(*at_ - '0'), TOO_LONG);
         return count;
     }
 
@@ -142,7 +142,7 @@ private:
             conversion.width = ReadCount();
             return;
         }
-        const long long width = va_arg(m_Arguments.list, int);
+        const long long width = va_arg(arguments_.list, int);
         conversion.left = conversion.left || width < 0;
         conversion.width = static_cast<std::size_t>(width < 0 ? -width : width);
     }
@@ -153,43 +153,43 @@ private:
             conversion.precision = ReadCount();
             return;
         }
-        const int precision = va_arg(m_Arguments.list, int);
+        const int precision = va_arg(arguments_.list, int);
         conversion.hasPrecision = precision >= 0;
         conversion.precision = static_cast<std::size_t>(std::max(precision, 0));
     }
 
     ArgumentSize ReadSize() {
-        switch (*m_At) {
+        switch (*at_) {
             case 'h':
-                ++m_At;
+                ++at_;
                 return Accept('h') ? ArgumentSize::Char : ArgumentSize::Short;
             case 'l':
-                ++m_At;
+                ++at_;
                 return Accept('l') ? ArgumentSize::LongLong : ArgumentSize::Long;
             case 'j':
-                ++m_At;
+                ++at_;
                 return ArgumentSize::Max;
             case 'z':
-                ++m_At;
+                ++at_;
                 return ArgumentSize::Size;
             case 't':
-                ++m_At;
+                ++at_;
                 return ArgumentSize::Difference;
             case 'L':
-                ++m_At;
+                ++at_;
                 return ArgumentSize::LongDouble;
             case 'I':
-                if (m_At[1] != '6' || m_At[2] != '4')
+                if (at_[1] != '6' || at_[2] != '4')
                     return ArgumentSize::Default;
-                m_At += 3;
+                at_ += 3;
                 return ArgumentSize::LongLong;
             default:
                 return ArgumentSize::Default;
         }
     }
 
-    const Char* m_At;
-    Arguments& m_Arguments;
+    const Char* at_;
+    Arguments& arguments_;
 };
 
 }  // namespace platform

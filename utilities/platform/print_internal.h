@@ -1,7 +1,7 @@
-/// What the formatter's two sources share: `printf.cpp` reads formats and writes text of either
-/// width, `printf_numbers.cpp` makes the characters of numbers, which are the same in both.
-#ifndef UTILITIES_PLATFORM_PRINTF_INTERNAL_H
-#define UTILITIES_PLATFORM_PRINTF_INTERNAL_H
+/// What the formatter's two sources share: `print.cpp` reads formats and writes text of either
+/// width, `print_numbers.cpp` makes the characters of numbers, which are the same in both.
+#ifndef UTILITIES_PLATFORM_PRINT_INTERNAL_H
+#define UTILITIES_PLATFORM_PRINT_INTERNAL_H
 
 #include <cstddef>
 #include <cstdint>

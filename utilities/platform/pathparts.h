@@ -1,7 +1,7 @@
 /// Paths as text: cutting them into parts and joining them. `/` and `\` both end a directory and
 /// `:` ends a drive, on every system; nothing looks at a disk.
-#ifndef UTILITIES_PLATFORM_PATHS_H
-#define UTILITIES_PLATFORM_PATHS_H
+#ifndef UTILITIES_PLATFORM_PATHPARTS_H
+#define UTILITIES_PLATFORM_PATHPARTS_H
 
 #include <cstddef>
 

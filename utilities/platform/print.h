@@ -11,8 +11,8 @@
 /// "(null)", a null pointer "(nil)".
 ///
 /// What is no conversion is printed as it stands, an unfinished one at the end of the format too.
-#ifndef UTILITIES_PLATFORM_PRINTF_H
-#define UTILITIES_PLATFORM_PRINTF_H
+#ifndef UTILITIES_PLATFORM_PRINT_H
+#define UTILITIES_PLATFORM_PRINT_H
 
 #include <cstdarg>
 #include <cstddef>

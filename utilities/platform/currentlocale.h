@@ -1,7 +1,7 @@
 /// What the layer needs to know of the process's locale. Both answers follow the calling thread's
 /// present locale and stay good until it is changed; the library itself never sets one.
-#ifndef UTILITIES_PLATFORM_LOCALE_H
-#define UTILITIES_PLATFORM_LOCALE_H
+#ifndef UTILITIES_PLATFORM_CURRENTLOCALE_H
+#define UTILITIES_PLATFORM_CURRENTLOCALE_H
 
 namespace platform {
 

@@ -1,4 +1,4 @@
-#include "utilities/platform/printf.h"
+#include "utilities/platform/print.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -6,10 +6,10 @@
 #include <type_traits>
 
 #include "utilities/platform/decimalpoint_internal.h"
-#include "utilities/platform/printf_crossing_internal.h"
-#include "utilities/platform/printf_format_internal.h"
-#include "utilities/platform/printf_internal.h"
-#include "utilities/platform/printf_output_internal.h"
+#include "utilities/platform/print_crossing_internal.h"
+#include "utilities/platform/print_format_internal.h"
+#include "utilities/platform/print_internal.h"
+#include "utilities/platform/print_output_internal.h"
 
 namespace platform {
 namespace {
@@ -24,15 +24,14 @@ class Printer {
     using OtherChar = std::conditional_t<IS_WIDE<Char>, char, WideChar>;
 
 public:
-    Printer(Output<Char>& output, Arguments& arguments)
-        : m_Output(output), m_Arguments(arguments) {}
+    Printer(Output<Char>& output, Arguments& arguments) : output_(output), arguments_(arguments) {}
 
     void Print(const Char* format) {
-        while (!m_Output.Failed()) {
+        while (!output_.Failed()) {
             const Char* at = format;
             while (*at != '%' && *at != Char{})
                 ++at;
-            m_Output.Write(View(format, static_cast<std::size_t>(at - format)));
+            output_.Write(View(format, static_cast<std::size_t>(at - format)));
             if (*at == Char{})
                 return;
             format = PrintConversion(at);
@@ -42,9 +41,9 @@ public:
 private:
     /// Gives what follows the conversion that begins at `start`.
     const Char* PrintConversion(const Char* start) {
-        ConversionReader<Char> reader(start + 1, m_Arguments);
+        ConversionReader<Char> reader(start + 1, arguments_);
         if (!Convert(reader.Read()))
-            m_Output.Write(View(start, static_cast<std::size_t>(reader.At() - start)));
+            output_.Write(View(start, static_cast<std::size_t>(reader.At() - start)));
         return reader.At();
     }
 
@@ -59,7 +58,7 @@ private:
             case 'o':
             case 'x':
             case 'X':
-                PutInteger(conversion, UnsignedArgument(m_Arguments, conversion.size), false);
+                PutInteger(conversion, UnsignedArgument(arguments_, conversion.size), false);
                 return true;
             case 'e':
             case 'E':
@@ -83,10 +82,10 @@ private:
                 PutPointer(conversion);
                 return true;
             case 'n':
-                StoreCount(m_Arguments, conversion.size, m_Output.Count());
+                StoreCount(arguments_, conversion.size, output_.Count());
                 return true;
             case '%':
-                m_Output.Fill('%', 1);
+                output_.Fill('%', 1);
                 return true;
             default:
                 return false;
@@ -94,7 +93,7 @@ private:
     }
 
     void PutSigned(const Conversion& conversion) {
-        const std::intmax_t value = SignedArgument(m_Arguments, conversion.size);
+        const std::intmax_t value = SignedArgument(arguments_, conversion.size);
         const auto bits = static_cast<std::uintmax_t>(value);
         PutInteger(conversion, value < 0 ? 0 - bits : bits, value < 0);
     }
@@ -105,7 +104,7 @@ private:
     }
 
     void PutPointer(const Conversion& conversion) {
-        const void* pointer = va_arg(m_Arguments.list, const void*);
+        const void* pointer = va_arg(arguments_.list, const void*);
         if (pointer == nullptr)
             PutField(conversion, std::string_view("(nil)"));
         else
@@ -114,9 +113,9 @@ private:
 
     void PutFloat(const Conversion& conversion) {
         if (conversion.size == ArgumentSize::LongDouble)
-            PutFloatOf(conversion, va_arg(m_Arguments.list, long double));
+            PutFloatOf(conversion, va_arg(arguments_.list, long double));
         else
-            PutFloatOf(conversion, va_arg(m_Arguments.list, double));
+            PutFloatOf(conversion, va_arg(arguments_.list, double));
     }
 
     // Kept apart for the sake of the stack: a long double needs 20 kB.
@@ -139,18 +138,18 @@ private:
         const bool padsWithZeros = conversion.zero && !conversion.left && number.padsWithZeros;
 
         if (!conversion.left && !padsWithZeros)
-            m_Output.Fill(' ', padding);
-        m_Output.Write(std::string_view(number.prefix, number.prefixLength));
-        m_Output.Fill('0', number.leadingZeros + (padsWithZeros ? padding : 0));
-        m_Output.Write(number.whole);
+            output_.Fill(' ', padding);
+        output_.Write(std::string_view(number.prefix, number.prefixLength));
+        output_.Fill('0', number.leadingZeros + (padsWithZeros ? padding : 0));
+        output_.Write(number.whole);
         if (number.hasPoint) {
-            m_Output.Write(point);
-            m_Output.Write(number.fraction);
-            m_Output.Fill('0', number.trailingZeros);
+            output_.Write(point);
+            output_.Write(number.fraction);
+            output_.Fill('0', number.trailingZeros);
         }
-        m_Output.Write(number.exponent);
+        output_.Write(number.exponent);
         if (conversion.left)
-            m_Output.Fill(' ', padding);
+            output_.Fill(' ', padding);
     }
 
     /// True if the argument of a text conversion has the output's own width.
@@ -166,7 +165,7 @@ private:
     }
 
     void PutCharacter(Conversion conversion) {
-        const int argument = va_arg(m_Arguments.list, int);
+        const int argument = va_arg(arguments_.list, int);
         const OtherChar other[2] = {static_cast<OtherChar>(argument)};
         // A NUL is written like other characters, and it alone can't cross as a text.
         if (IsOwnWidth(conversion) || other[0] == OtherChar{}) {
@@ -180,10 +179,10 @@ private:
 
     void PutText(const Conversion& conversion) {
         // One character more than fits is enough to fail.
-        std::size_t most = m_Output.Room() + 1;
+        std::size_t most = output_.Room() + 1;
         if (conversion.hasPrecision)
             most = std::min(most, conversion.precision);
-        const void* argument = va_arg(m_Arguments.list, const void*);
+        const void* argument = va_arg(arguments_.list, const void*);
         if (argument == nullptr) {
             PutField(conversion, std::string_view("(null)").substr(0, most));
         } else if (IsOwnWidth(conversion)) {
@@ -199,28 +198,28 @@ private:
         const std::size_t padding =
             conversion.width > text.size() ? conversion.width - text.size() : 0;
         if (!conversion.left)
-            m_Output.Fill(' ', padding);
-        m_Output.Write(text);
+            output_.Fill(' ', padding);
+        output_.Write(text);
         if (conversion.left)
-            m_Output.Fill(' ', padding);
+            output_.Fill(' ', padding);
     }
 
     /// Text of the other width. Its length is known only when it has crossed.
     void PutCrossing(const Conversion& conversion, const OtherChar* text) {
-        const std::size_t start = m_Output.Count();
-        if (conversion.hasPrecision || !CrossWhole(m_Output, text))
-            CrossCharacters(m_Output, text,
+        const std::size_t start = output_.Count();
+        if (conversion.hasPrecision || !CrossWhole(output_, text))
+            CrossCharacters(output_, text,
                             conversion.hasPrecision ? conversion.precision : SIZE_MAX);
-        const std::size_t length = m_Output.Count() - start;
+        const std::size_t length = output_.Count() - start;
         const std::size_t padding = conversion.width > length ? conversion.width - length : 0;
         if (conversion.left)
-            m_Output.Fill(' ', padding);
+            output_.Fill(' ', padding);
         else
-            m_Output.Indent(start, padding);
+            output_.Indent(start, padding);
     }
 
-    Output<Char>& m_Output;
-    Arguments& m_Arguments;
+    Output<Char>& output_;
+    Arguments& arguments_;
 };
 
 template <class Char>
