@@ -1,8 +1,6 @@
-#include "utilities/platform/calendar.h"
-
-#include <algorithm>
-
 #include "tests/fakes/calendar.h"
+
+#include "utilities/platform/calendar.h"
 #include "utilities/platform/random.h"
 
 namespace platform {
@@ -14,9 +12,7 @@ using fakes::calendar;
 tm record;
 std::int32_t timezoneInUse;
 
-/// The next of them; the last one stays.
-template <class List>
-auto Take(List& list) {
+auto Take(auto& list) {
     const auto first = list.front();
     if (list.size() > 1)
         list.erase(list.begin());
@@ -27,11 +23,10 @@ const tm* Convert(char call, int daylight) {
     calendar.calls += call;
     if (calendar.changing != nullptr)
         ++*calendar.changing;
-    const char letter = Take(calendar.records);
     record = {};
-    record.tm_hour = letter;
+    record.tm_hour = Take(calendar.records);
     record.tm_isdst = daylight;
-    return letter != '-' ? &record : nullptr;
+    return record.tm_hour != '-' ? &record : nullptr;
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "utilities/time/bqgmtime.h"
+#include "utilities/time/bqlocaldate.h"
 
 /// Makes TZ's value the zone of the library and of the C library; UTC at the end.
 class ScopedZone {
@@ -19,10 +19,7 @@ private:
     static void Set(const char* name) {
         setenv("TZ", name, 1);
         tzset();
-        struct tm epoch {};
-        epoch.tm_mday = 2;
-        epoch.tm_year = 70;
-        BqGMTime::timegm(&epoch);
+        BqLocalDate().set(1, 1, 2000);
     }
 };
 

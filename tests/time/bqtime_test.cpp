@@ -16,26 +16,10 @@
 
 namespace {
 
-constexpr char FAILED[] = "ASSERT((false) in: .\\BqTime  line #\n";
+const std::string FAILED = Asserted("BqTime", {"(false)"});
 constexpr __int64 LAST = 4'294'967'295'000;
 constexpr unsigned __int64 MOST = ~0ULL;
 constexpr int A_DAY = 86'400'000;
-
-std::string Fields(const BqLocalDate& date) {
-    unsigned short year = 0;
-    unsigned char month = 0, day = 0;
-    VY_DAY_OF_WEEK weekday = static_cast<VY_DAY_OF_WEEK>(9);
-    date.get(&year, &month, &day, &weekday);
-    return std::to_string(year) + "-" + std::to_string(month) + "-" + std::to_string(day) + " " +
-           std::to_string(weekday);
-}
-
-std::string Text(const auto& value, const std::locale& locale) {
-    std::ostringstream out;
-    out.imbue(locale);
-    out << value;
-    return out.str();
-}
 
 template <class Time, class Amount>
 void Expect(auto before, void (Time::*change)(Amount), std::type_identity_t<Amount> amount,
@@ -71,6 +55,14 @@ TEST(Arithmetic, StopsAtTheEnds) {
 }
 
 TEST(BqLocalDate, CollapsesYearsAndNormalisesDaysAndRefusesOthers) {
+    const auto fields = [](const BqLocalDate& date) {
+        unsigned short year = 0;
+        unsigned char month = 0, day = 0;
+        VY_DAY_OF_WEEK weekday = static_cast<VY_DAY_OF_WEEK>(9);
+        date.get(&year, &month, &day, &weekday);
+        return std::to_string(year) + "-" + std::to_string(month) + "-" + std::to_string(day) +
+               " " + std::to_string(weekday);
+    };
     const struct {
         unsigned char day, month;
         unsigned short year;
@@ -83,36 +75,36 @@ TEST(BqLocalDate, CollapsesYearsAndNormalisesDaysAndRefusesOthers) {
     for (const auto& row : CASES) {
         BqLocalDate date;
         date.set(row.day, row.month, row.year);
-        EXPECT_EQ(date.getDayNumber(), row.number) << row.fields;
-        EXPECT_EQ(Fields(date), row.fields);
-        EXPECT_EQ(date.IsMaxDate() - date.IsMinDate(), row.end) << row.fields;
+        EXPECT_EQ(std::tuple(date.getDayNumber(), date.IsMaxDate() - date.IsMinDate()),
+                  std::tuple(row.number, row.end))
+            << row.fields;
+        EXPECT_EQ(fields(date), row.fields);
     }
-    const BqDateRange whole, late(BqLocalDate(5), BqLocalDate(24842));
-    EXPECT_TRUE(whole == BqDateRange(BqLocalDate(0), BqLocalDate(24842)));
-    EXPECT_TRUE(whole != late && whole != BqDateRange(BqLocalDate(0), BqLocalDate(24841)));
     for (const int number : {-1, 24856}) {
         const BqLocalDate date(number);
-        EXPECT_EQ(ReportOf([&] { EXPECT_EQ(Fields(date), "1970-1-6 9"); }),
-                  std::string(FAILED) + FAILED);
+        EXPECT_EQ(ReportOf([&] { EXPECT_EQ(fields(date), "1970-1-6 9"); }), FAILED + FAILED);
         EXPECT_EQ(ReportOf([&] { EXPECT_EQ(date.getDayOfWeek(), VY_DAY_OF_WEEK_SUNDAY); }), FAILED);
     }
     EXPECT_EQ(BqLocalDate(24855).getDayOfWeek(), VY_DAY_OF_WEEK_TUESDAY);
     BqLocalDate tooLate(9);
     EXPECT_EQ(ReportOf([&] { tooLate.set(1, 255, 2037); }), FAILED);
     EXPECT_EQ(tooLate.getDayNumber(), 0);
+    const BqDateRange whole, late(BqLocalDate(5), BqLocalDate(24842));
+    EXPECT_TRUE(whole == BqDateRange(BqLocalDate(0), BqLocalDate(24842)));
+    EXPECT_TRUE(whole != late && whole != BqDateRange(BqLocalDate(0), BqLocalDate(24841)));
 }
 
 TEST(DayOfWeek, MapsBothWays) {
     for (const auto& [day, number] : {std::pair(0, 6), {1, 0}, {6, 5}, {255, 255}}) {
-        EXPECT_EQ(VyDayOfWeekToN(static_cast<VY_DAY_OF_WEEK>(day)), number);
+        EXPECT_EQ(VyDayOfWeekToN(VY_DAY_OF_WEEK(day)), number);
         EXPECT_EQ(NToVyDayOfWeek(static_cast<unsigned char>(number)), day);
     }
     for (const int day : {-1, 7})
         EXPECT_EQ(ReportOf([=] { EXPECT_EQ(VyDayOfWeekToN(VY_DAY_OF_WEEK(day)), 255); }),
-                  "ASSERT((VyDayOfWeek >= VY_DAY_OF_WEEK_SUNDAY && VyDayOfWeek <= "
-                  "VY_DAY_OF_WEEK_SATURDAY) in: .\\BqTime  line #\n");
+                  Asserted("BqTime", {"(VyDayOfWeek >= VY_DAY_OF_WEEK_SUNDAY && VyDayOfWeek <= "
+                                      "VY_DAY_OF_WEEK_SATURDAY)"}));
     EXPECT_EQ(ReportOf([] { EXPECT_EQ(NToVyDayOfWeek(7), 255); }),
-              "ASSERT((nDayOfWeek >= 0 && nDayOfWeek <= 6) in: .\\BqTime  line #\n");
+              Asserted("BqTime", {"(nDayOfWeek >= 0 && nDayOfWeek <= 6)"}));
 }
 
 TEST(BqGMTime, SplitsIntoDateAndTimeOfDayTowardsZeroAndIsMadeOfThem) {
@@ -124,11 +116,13 @@ TEST(BqGMTime, SplitsIntoDateAndTimeOfDayTowardsZeroAndIsMadeOfThem) {
                  {A_DAY, -1, 0, A_DAY - 1},
                  {-A_DAY - 1LL, 0, -1, -1},
                  {LAST, 0x7FFFFFFF, 49735, 10'778'647}};
-    for (const auto& row : CASES) {
-        const BqGMTime instant(row.value);
-        EXPECT_EQ(instant.getLocalDate(&row.offset).getDayNumber(), row.day) << row.value;
-        EXPECT_EQ(instant.getLocalTimeOfDay(&row.offset).getMilliSeconds(), row.timeOfDay);
+    for (const auto& [value, offset, day, timeOfDay] : CASES) {
+        const BqGMTime instant(value);
+        EXPECT_EQ(instant.getLocalDate(&offset), BqLocalDate(day)) << value;
+        EXPECT_EQ(instant.getLocalTimeOfDay(&offset), BqLocalTimeOfDay(timeOfDay)) << value;
     }
+    std::int32_t now = 0;
+    EXPECT_EQ(BqGMTime::time(&now), now);
     EXPECT_EQ(BqGMTime(BqLocalTimeOfDay(-7), BqLocalDate(-3), false), BqGMTime(-3LL * A_DAY - 7));
     const ScopedZone zone("Europe/Berlin");
     // Clocks go from 2 to 3 at 1:00 GMT on 2021-03-28, day 18714.
@@ -138,54 +132,49 @@ TEST(BqGMTime, SplitsIntoDateAndTimeOfDayTowardsZeroAndIsMadeOfThem) {
             << hour;
 }
 
-/// Writes what it is asked for.
-struct OwnFormat : std::time_put<char> {
-    iter_type do_put(iter_type out, std::ios_base&, char fill, const struct tm*, char form,
-                     char modifier) const override {
-        EXPECT_TRUE(fill == '\0' && modifier == '\0');
-        *out = form;
-        return ++out;
-    }
-};
-
 TEST(Output, IsThatOfTheLocalesFacet) {
+    /// Writes what it is asked for.
+    struct OwnFormat : std::time_put<char> {
+        iter_type do_put(iter_type out, std::ios_base&, char fill, const struct tm*, char form,
+                         char modifier) const override {
+            return *out = fill == '\0' && modifier == '\0' ? form : '!', out;
+        }
+    };
     const ScopedZone zone("America/New_York");
+    const std::locale facet(std::locale::classic(), new std::time_put<char>);
+    const std::locale own(facet, new OwnFormat);
     struct Full : std::streambuf {
     } full;
-    const std::locale facet(std::locale::classic(), new std::time_put<char>);
-    for (const std::locale& locale : {std::locale::classic(), facet}) {
-        EXPECT_EQ(Text(BqLocalTimeOfDay(A_DAY), locale), "00:00:00");
-        EXPECT_EQ(Text(BqGMTime(1'000'000'000'000), locale), "21:46:40 09/08/01");
-        EXPECT_EQ(ReportOf([&] { EXPECT_EQ(Text(BqLocalDate(-1), locale), "01/00/00"); }), FAILED);
-        std::ostream out(&full);
+    for (const std::locale& locale : {std::locale::classic(), facet, own}) {
+        std::ostringstream out;
         out.imbue(locale);
-        out << BqLocalDate(0);
-        EXPECT_EQ(out.rdstate(), std::ios::failbit);
+        out << std::setfill('*') << std::setw(4) << BqLocalDate(0) << BqLocalTimeOfDay(A_DAY);
+        EXPECT_EQ(out.width(), 4);
+        out << BqGMTime(1'000'000'000'999) << std::setw(14) << BqGMTime();
+        EXPECT_EQ(ReportOf([&] { out << BqLocalDate(-1); }), FAILED);
+        out.setstate(std::ios::eofbit);
+        EXPECT_EQ(ReportOf([&] { out << BqLocalDate(-1) << BqLocalTimeOfDay(-1) << BqGMTime(); }),
+                  "");
+        EXPECT_EQ(out.str(), locale == own
+                                 ? "xXX*** x**Invalid timex"
+                                 : "01/01/7000:00:0021:46:40*** 09/08/01**Invalid time01/00/00");
+        std::ostream failing(&full);
+        failing.imbue(locale);
+        failing << BqLocalDate(0);
+        EXPECT_EQ(failing.rdstate(), std::ios::failbit);
     }
-    EXPECT_EQ(Text(BqGMTime(1'000'000'000'999), std::locale(facet, new OwnFormat)), "X x");
-}
-
-TEST(Output, LeavesTheStreamsLayoutToTheBlank) {
-    std::ostringstream out;
-    out << std::setfill('*') << std::setw(4) << BqLocalDate(0) << BqLocalTimeOfDay(0);
-    EXPECT_EQ(out.width(), 4);
-    out << BqGMTime(1000) << std::setw(14) << BqGMTime();
-    out.setstate(std::ios::eofbit);
-    EXPECT_EQ(ReportOf([&] { out << BqLocalDate(-1) << BqLocalTimeOfDay(-1) << BqGMTime(); }), "");
-    EXPECT_EQ(out.str(), "01/01/7000:00:0000:00:01*** 01/01/70**Invalid time");
 }
 
 // The others convert beside it, each in its own way.
 TEST(Threads, AKilledOneLeavesTheCalendarToOthers) {
     static std::atomic<bool> runs;
-    static constexpr auto Convert = [](SystemThread*) -> unsigned int {
-        for (const BqGMTime instant(5000);; runs = true)
-            instant.getLocalDate(nullptr);
-    };
     testing::internal::CaptureStdout();
     for (int round = 0; round < 50; ++round) {
         runs = false;
-        SystemThread thread("converts", Convert);
+        SystemThread thread("converts", [](SystemThread*) -> unsigned int {
+            for (const BqGMTime instant(5000);; runs = true)
+                instant.getLocalDate(nullptr);
+        });
         ASSERT_TRUE(thread.Create(false, 0));
         while (!runs)
             BqLocalDate().set(1, 1, 2000);

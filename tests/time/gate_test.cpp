@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "tests/fakes/calendar.h"
 #include "tests/fakes/clock.h"
@@ -12,71 +12,56 @@
 #include "utilities/services/unique_id_internal.h"
 #include "utilities/time/bqtime.h"
 
-namespace {
-
-std::string told;
-
-constexpr char FAILED[] = "ASSERT((false) in: .\\BqTime  line #\n";
-constexpr char CHANGED[] = "ASSERT((nCopyOfTime == *time) in: .\\BqTime  line #\n";
-constexpr char DAYLIGHT[] = "ASSERT((0 == gmTime.tm_isdst) in: .\\BqTime  line #\n";
-
-using fakes::calendar;
-
-}  // namespace
+static std::pair<std::string, int> told;
 
 /// Stands in for the library's own, by the linker.
 extern "C" int __wrap_printFmtDBGFile(const char* format, ...) {
-    char text[200];
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
+    told = {format, va_arg(arguments, int)};
     va_end(arguments);
-    told += text;
     return 1;
 }
 
 namespace {
 
-TEST(Gate, ConvertsToLocalTimeUntilTwoResultsAgree) {
-    const struct {
-        const char *records, *calls;
-        int hour;
-        const char *retries, *report;
-    } CASES[] = {{"aa", "ll", 'a', "", ""},      {"abb", "lll", 'b', "", ""},
-                 {"abcc", "llll", 'c', "1", ""}, {"abcdef", "llllll", 'e', "4", ""},
-                 {"-a", "l", 0, "", FAILED},     {"abc-c", "llll", 'c', "1", ""}};
-    for (const auto& [records, calls, hour, retries, report] : CASES) {
-        SCOPED_TRACE(records);
-        calendar = {.records = records};
-        told.clear();
-        const std::int32_t seconds = 5;
-        const bool expected = std::strchr(records, '-') == nullptr;
-        bool success = !expected;
-        EXPECT_EQ(
-            ReportOf([&] { EXPECT_EQ(BqGMTime::localtime(&seconds, &success).tm_hour, hour); }),
-            report);
-        EXPECT_EQ(calendar.calls, calls);
-        EXPECT_EQ(success, expected);
-        EXPECT_EQ(told, *retries == '\0' ? ""
-                                         : std::string("BqGMTime::tm_mutex needs ") + retries +
-                                               " retries for time conversion");
-    }
-}
+using fakes::calendar;
 
-TEST(Gate, ConvertsToGMTOnceAndReportsSecondsThatChange) {
-    std::int32_t seconds = 5;
-    bool success = false;
-    calendar = {.records = "ab", .changing = &seconds};
-    EXPECT_EQ(ReportOf([&] { BqGMTime::localtime(&seconds, &success); }), CHANGED);
-    EXPECT_TRUE(success);
-    EXPECT_EQ(ReportOf([&] { EXPECT_EQ(BqGMTime::gmtime(&seconds, nullptr).tm_hour, 'b'); }),
-              CHANGED);
-    EXPECT_EQ(calendar.calls, "lllg");
-    calendar = {.records = "-a"};
-    EXPECT_EQ(ReportOf([&] { EXPECT_EQ(BqGMTime::gmtime(&seconds, &success).tm_hour, 0); }),
-              FAILED);
-    EXPECT_FALSE(success);
-    EXPECT_EQ(calendar.calls, "g");
+constexpr char RETRIES[] = "BqGMTime::tm_mutex needs %d retries for time conversion";
+const std::string FAILED = Asserted("BqTime", {"(false)"});
+const std::string ALL_FAILED = Asserted("BqTime", {"(false)", "(false)", "(false)", "(false)"});
+const std::string DAYLIGHT = Asserted("BqTime", {"(0 == gmTime.tm_isdst)"});
+const std::string CHANGED = Asserted("BqTime", {"(nCopyOfTime == *time)"});
+
+TEST(Gate, ConvertsToLocalTimeUntilTwoResultsAgreeAndToGMTOnce) {
+    constexpr auto LOCAL = &BqGMTime::localtime, GM = &BqGMTime::gmtime;
+    const struct {
+        decltype(LOCAL) convert;
+        const char *records, *calls;
+        int hour, retries;
+        std::string report;
+        bool changes = false;
+    } CASES[] = {{LOCAL, "aa", "ll", 'a', 0, ""},
+                 {LOCAL, "abb", "lll", 'b', 0, ""},
+                 {LOCAL, "abcc", "llll", 'c', 1, ""},
+                 {LOCAL, "abcdef", "llllll", 'e', 4, ""},
+                 {LOCAL, "-a", "l", 0, 0, FAILED},
+                 {LOCAL, "abc-c", "llll", 'c', 1, ""},
+                 {LOCAL, "a", "ll", 'a', 0, CHANGED, true},
+                 {GM, "ab", "g", 'a', 0, CHANGED, true},
+                 {GM, "-a", "g", 0, 0, FAILED}};
+    for (const auto& row : CASES) {
+        SCOPED_TRACE(row.records);
+        std::int32_t seconds = 5;
+        calendar = {.records = row.records, .changing = row.changes ? &seconds : nullptr};
+        const bool expected = std::strchr(row.records, '-') == nullptr;
+        bool success = !expected;
+        EXPECT_EQ(ReportOf([&] { EXPECT_EQ(row.convert(&seconds, &success).tm_hour, row.hour); }),
+                  row.report);
+        EXPECT_EQ(std::tuple(success, calendar.calls), std::tuple(expected, row.calls));
+        EXPECT_EQ(std::exchange(told, {}),
+                  std::pair(std::string(row.retries != 0 ? RETRIES : ""), row.retries));
+    }
 }
 
 TEST(Gate, ReadsFieldsAndTellsOfAFailure) {
@@ -97,9 +82,8 @@ TEST(Gate, ReadsFieldsAndTellsOfAFailure) {
         std::int32_t result = 0;
         EXPECT_EQ(ReportOf([&] { result = BqGMTime::mktime(&record, row.writeBack, &success); }),
                   row.success ? "" : FAILED);
-        EXPECT_EQ(calendar.calls, row.calls);
-        EXPECT_EQ(std::tuple(result, success, record.tm_min, record.tm_hour),
-                  std::tuple(row.seconds.back(), row.success, row.minute, row.hour));
+        EXPECT_EQ(std::tuple(result, success, record.tm_min, record.tm_hour, calendar.calls),
+                  std::tuple(row.seconds.back(), row.success, row.minute, row.hour, row.calls));
     }
     calendar = {.seconds = {-3600, 5, 0x7FFFFFFF}, .zones = {-3600, 7200, -2}};
     struct tm record {};
@@ -111,43 +95,41 @@ TEST(Gate, ReadsFieldsAndTellsOfAFailure) {
 
 TEST(Gate, TakesTheOffsetFromStandardTimesEachCountedFromGMT) {
     const struct {
-        const char* what;
+        __int64 instant;
         fakes::Calendar calendar;
         int offset;
-        const char *calls, *report;
+        const char* calls;
+        std::string report;
+        bool daylight = true;
     } CASES[] = {
-        {"changed in between", {.seconds = {100, 0}, .zones = {-60, -30}}, 130000, "gllmm", ""},
-        {"beyond 32 bits", {.seconds = {3'000'000, 0}}, -1'294'967'296, "gllmm", ""},
-        {"GMT with daylight saving", {.gmDaylight = 1, .seconds = {5, 5}}, 0, "gllmM", DAYLIGHT},
-        {"nothing can be converted", {.records = "-", .seconds = {-1}}, 0, "glmmmm", nullptr},
+        {5000, {.seconds = {100, 0}, .zones = {-60, -30}}, 130'000, "gllmm", ""},
+        {6000, {.seconds = {3'000'000, 0}}, -1'294'967'296, "gllmm", ""},
+        {7000, {.gmDaylight = 1, .seconds = {5, 5}}, 0, "gllmM", DAYLIGHT},
+        {8000, {.records = "-", .seconds = {-1}}, 0, "glmmmm", ALL_FAILED, false},
+        {-1, {}, 0, "", ""},
+        {0, {}, 0, "", ""},
     };
-    const std::string twice = std::string(FAILED) + FAILED, everyFailure = twice + twice;
     for (const auto& row : CASES) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.instant);
         calendar = row.calendar;
         int offset = -1;
-        bool daylight = false;
-        const std::string report =
-            ReportOf([&] { offset = BqGMTime::getLocalTimeMsecOffset(BqGMTime(5000), &daylight); });
-        EXPECT_EQ(report, row.report != nullptr ? row.report : everyFailure);
+        bool daylight = row.instant <= 0;
+        const BqGMTime instant(row.instant);
+        const auto convert = [&] { offset = instant.getLocalTimeMsecOffset(instant, &daylight); };
+        EXPECT_EQ(ReportOf(convert), row.report);
         EXPECT_EQ(std::tuple(offset, daylight, calendar.calls),
-                  std::tuple(row.offset, row.report != nullptr, row.calls));
+                  std::tuple(row.offset, row.daylight, row.calls));
     }
-    calendar = {};
-    bool untouched = true;
-    EXPECT_EQ(BqGMTime::getLocalTimeMsecOffset(BqGMTime(-1), &untouched), 0);
-    EXPECT_EQ(BqGMTime::getLocalTimeMsecOffset(BqGMTime(0), &untouched), 0);
-    EXPECT_TRUE(untouched && calendar.calls.empty());
 }
 
 TEST(Gate, AClockThatFailsShowsTheEpoch) {
-    calendar = {.now = -1};
-    std::int32_t stored = 1;
-    EXPECT_EQ(BqGMTime::time(&stored), -1);
-    EXPECT_EQ(stored, -1);
-    EXPECT_EQ(BqGMTime::getCurrentTime(), BqGMTime(0));
-    calendar = {.now = 0x7FFFFFFF};
-    EXPECT_EQ(BqGMTime::getCurrentTime(), BqGMTime(2'147'483'647'000));
+    for (const auto& [now, milliseconds] : {std::pair(-1, 0LL), {0x7FFFFFFF, 2'147'483'647'000}}) {
+        calendar = {.now = now};
+        std::int32_t stored = 1;
+        EXPECT_EQ(BqGMTime::time(&stored), now);
+        EXPECT_EQ(stored, now);
+        EXPECT_EQ(BqGMTime::getCurrentTime(), BqGMTime(milliseconds));
+    }
 }
 
 TEST(UniqueId, IsMadeOfTimeCounterAndFraction) {
@@ -171,13 +153,13 @@ TEST(UniqueId, IsMadeOfTimeCounterAndFraction) {
         {"random at its end", -1, 1, 2, {0x7FFFFFFF}, 0x8000000000200001, 3, "r"},
     };
     for (const auto& row : CASES) {
-        SCOPED_TRACE(row.what);
         calendar = {.now = row.seconds, .randoms = row.randoms};
         fakes::milliseconds = row.clock;
         uniqueCounter = row.counter;
         const auto id = static_cast<std::uint64_t>(create_unique_id());
         EXPECT_EQ(std::tuple(id, std::uint64_t{uniqueCounter}, calendar.calls),
-                  std::tuple(row.id, row.counterAfter, row.calls));
+                  std::tuple(row.id, row.counterAfter, row.calls))
+            << row.what;
     }
 }
 

@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
-#include <map>
+#include <iterator>
+#include <ranges>
+#include <sstream>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "tests/support/zone.h"
@@ -16,18 +16,21 @@ namespace {
 
 constexpr int FIRST_DAY = 365, LAST_DAY = 24836;
 
-/// A name for each different zone of the database, by its content.
-std::map<std::string, std::string> Zones() {
-    const std::filesystem::path folder = "/usr/share/zoneinfo";
-    std::map<std::string, std::string> zones;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-        if (!entry.is_regular_file())
-            continue;
-        std::ifstream file(entry.path(), std::ios::binary);
-        const std::string content{std::istreambuf_iterator<char>(file), {}};
-        const std::string name = entry.path().lexically_relative(folder);
-        if (content.rfind("TZif", 0) == 0 && name.rfind("right/", 0) != 0)
-            zones.emplace(content, name);
+constexpr char RULES[] =
+    ": :Africa/Casablanca /usr/share/zoneinfo/Asia/Gaza EST5EDT CET-1CEST,M3.5.0,M10.5.0/3 "
+    "NZST-12NZDT,M9.5.0,M4.1.0/3 <+0330>-3:30<+0430>,J79/24,J263/24 IST-1GMT0,M10.5.0,M3.5.0/1 "
+    "<-02>2<-01>,M3.5.0/-1,M10.5.0/0 EET-2EEST,59,J60/167:59:59 HOM-14:15:16 "
+    "abc-10:30def-11,M12.1.6/0,M1.5.0";
+
+/// The names of all zones of the database, and other texts that stand for a zone.
+std::vector<std::string> Zones() {
+    std::istringstream rules(RULES);
+    std::vector<std::string> zones{std::istream_iterator<std::string>(rules), {}};
+    zones.push_back("");
+    std::ifstream database("/usr/share/zoneinfo/tzdata.zi");
+    for (std::string line; std::getline(database, line);) {
+        if (line.starts_with("Z "))
+            zones.push_back(line.substr(2, line.find(' ', 2) - 2));
     }
     return zones;
 }
@@ -60,70 +63,49 @@ std::string FaultAt(std::int32_t seconds) {
         struct tm fields = local;
         fields.tm_isdst = daylightSaving;
         const std::int32_t read = BqGMTime::mktime(&fields, true, nullptr);
-        struct tm again = HostLocal(read);
-        if (daylightSaving < 0)
-            again.tm_isdst = local.tm_isdst;  // the other one of a repeated hour
-        if (read != seconds && (std::memcmp(&again, &local, 8 * sizeof(int)) != 0 ||
-                                again.tm_isdst != local.tm_isdst || read > seconds))
-            return "mktime";
         if (!AreSame(fields, HostLocal(read)))
             return "the record of mktime";
+        // The clocks can show the same at an earlier instant.
+        if (read > seconds || std::memcmp(&fields, &local, 8 * sizeof(int)) != 0 ||
+            (daylightSaving >= 0 && fields.tm_isdst != daylightSaving))
+            return "mktime";
     }
     return "";
 }
 
-/// The first second after `from` that has the clocks of `to`, between which they change once.
-std::int32_t ChangeBetween(std::int32_t from, std::int32_t to) {
-    const long offset = HostLocal(from).tm_gmtoff;
-    while (to - from > 1) {
-        const std::int32_t middle = from + (to - from) / 2;
-        (HostLocal(middle).tm_gmtoff == offset ? from : to) = middle;
-    }
-    return to;
-}
-
 /// The instants at which a zone is looked at: one in four days, and all round each change.
 std::vector<std::int32_t> Samples() {
-    std::vector<std::int32_t> samples;
-    std::int32_t before = FIRST_DAY * 86'400;
+    std::vector<std::int32_t> samples{FIRST_DAY * 86'400};
     for (std::int32_t day = FIRST_DAY; day <= LAST_DAY; day += 4) {
-        const std::int32_t sample = day * 86'400 + day * 7919 % 86'400;
-        samples.push_back(sample);
-        if (HostLocal(sample).tm_gmtoff != HostLocal(before).tm_gmtoff) {
-            const std::int32_t change = ChangeBetween(before, sample);
-            for (const int away :
-                 {-14'400, -7201, -3600, -1800, -1, 0, 1, 1799, 3599, 3600, 86'399})
+        const std::int32_t before = samples.back(), sample = day * 86'400 + day * 7919 % 86'400;
+        const auto isAsBefore = [offset = HostLocal(before).tm_gmtoff](std::int32_t seconds) {
+            return HostLocal(seconds).tm_gmtoff == offset;
+        };
+        if (!isAsBefore(sample)) {
+            const auto between = std::views::iota(before, sample);
+            const std::int32_t change = *std::ranges::partition_point(between, isAsBefore);
+            for (const int away : {-7201, -3600, -1800, -1, 0, 1, 1799, 3599, 3600, 86'399})
                 samples.push_back(change + away);
         }
-        before = sample;
+        samples.push_back(sample);
     }
     return samples;
-}
-
-/// All dates that can be set, as the standard library counts them.
-void CheckDates() {
-    for (int day = FIRST_DAY; day <= LAST_DAY; ++day) {
-        const std::chrono::year_month_day expected{std::chrono::sys_days{std::chrono::days{day}}};
-        const auto year = static_cast<unsigned short>(static_cast<int>(expected.year()));
-        const auto month = static_cast<unsigned char>(static_cast<unsigned>(expected.month()));
-        const auto dayOfMonth = static_cast<unsigned char>(static_cast<unsigned>(expected.day()));
-        BqLocalDate date;
-        date.set(dayOfMonth, month, year);
-        ASSERT_EQ(date.getDayNumber(), day);
-        unsigned short readYear;
-        unsigned char readMonth, readDay;
-        date.get(&readYear, &readMonth, &readDay, nullptr);
-        ASSERT_EQ(std::tuple(readYear, readMonth, readDay), std::tuple(year, month, dayOfMonth));
-    }
 }
 
 TEST(Zones, AllDatesAndInstantsAreRightInEachZone) {
     const auto zones = Zones();
     ASSERT_GT(zones.size(), 300u);
-    for (const auto& [content, name] : zones) {
+    for (const std::string& name : zones) {
         SCOPED_TRACE(name);
         const ScopedZone zone(name.c_str());
-        ASSERT_NO_FATAL_FAILURE(CheckDates());
+        for (int day = FIRST_DAY; day <= LAST_DAY; ++day) {
+            unsigned short year;
+            unsigned char month, dayOfMonth;
+            BqLocalDate(day).get(&year, &month, &dayOfMonth, nullptr);
+            BqLocalDate date;
+            date.set(dayOfMonth, month, year);
+            ASSERT_EQ(date.getDayNumber(), day);
+        }
         for (const std::int32_t seconds : Samples())
             ASSERT_EQ(FaultAt(seconds), "") << seconds;
     }

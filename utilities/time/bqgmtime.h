@@ -60,7 +60,9 @@ public:
     /// By how many milliseconds the zone's clocks are ahead of GMT at `instant`, daylight saving
     /// included; positive east of Greenwich, whole seconds. `isDaylight`, unless null, gets whether
     /// daylight saving is in force. The invalid time and the epoch give 0 and leave `isDaylight` as
-    /// it is. 0 as well, after reports, for what can't be converted.
+    /// it is. 0 as well, after reports, for what can't be converted; and where clocks are behind
+    /// GMT a wrong one, after a report, for as many hours before 2038-01-19 03:14:08 UTC. Of the
+    /// instant's seconds the lower 32 bits count.
     static int getLocalTimeMsecOffset(const BqGMTime& instant, bool* isDaylight);
 
     /// The invalid time.

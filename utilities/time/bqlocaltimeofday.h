@@ -51,7 +51,7 @@ private:
 /// Writes the time of day as the stream's locale has it (`%X`), to the whole second; the end of the
 /// day is written as its start. Width and fill of the stream play no part and stay. Nothing is
 /// written to a stream that isn't good, or whose locale has no `time_put<char>`; a write that fails
-/// sets `failbit`. A negative time is reported and written as 00:00:00.
+/// sets `failbit`. A negative time is written as 00:00:00, from -1000 on down after a report.
 UTILITIES_EXPORT std::ostream& operator<<(std::ostream& stream, const BqLocalTimeOfDay& timeOfDay);
 
 #endif
