@@ -59,9 +59,11 @@ void Survives(const char* what, Make make, Act act) {
     SurvivesFailureOf(NEVER, make, act);
     int allocation = 0;
     for (bool isDone = false; !isDone; ++allocation) {
+        const std::ptrdiff_t descriptors = OpenDescriptors();
         const long before = liveAllocations;
         isDone = SurvivesFailureOf(allocation, make, act);
         EXPECT_EQ(liveAllocations, before) << what << ", allocation " << allocation;
+        EXPECT_EQ(OpenDescriptors(), descriptors) << what << ", allocation " << allocation;
     }
     EXPECT_GT(allocation, 1) << what << " allocates nothing";
 }
@@ -140,6 +142,7 @@ TEST(FailingAllocation, LeavesThreadsAndLocksSound) {
 TEST(FailingAllocation, LeavesFilesCachesAndTimesSound) {
     const ScratchDirectory scratch;
     WriteFile(scratch / "file", "11112222");
+    const auto nothing = [] { return std::make_unique<int>(); };
     const auto file = [] { return std::make_unique<BinaryFile>(4, 4); };
     Survives("a record file", file, [&](BinaryFile& one) {
         EXPECT_EQ(one.openFile(scratch / "file", BinaryFile::BF_UPDATE, BinaryFile::BF_DENYRW, 0),
@@ -172,7 +175,17 @@ TEST(FailingAllocation, LeavesFilesCachesAndTimesSound) {
         stream << BqGMTime(1'000'000'000'000) << " and a rest that makes the text a long one";
         EXPECT_NE(stream.str().find(":46:40 "), std::string::npos);
     });
+    Survives("the state of a file", nothing,
+             [&](int&) { EXPECT_TRUE(IsFileExisting((scratch / "file").c_str(), nullptr)); });
+    const std::string source = scratch / "file", packed = source + ".gz";
+    Survives("a compression", nothing, [&](int&) {
+        struct _stat info;
+        EXPECT_TRUE(!IsFileExisting(packed.c_str(), &info) || info.st_size > 0);
+        EXPECT_STREQ(ZIP(source.c_str(), source.c_str(), true), ".gz");
+        std::remove(packed.c_str());
+    });
+    SetSerialDevice(0, "/dev/ptmx");
     Survives(
-        "the state of a file", [] { return std::make_unique<int>(); },
-        [&](int&) { EXPECT_TRUE(IsFileExisting((scratch / "file").c_str(), nullptr)); });
+        "a port", [] { return std::make_unique<CComm>(); },
+        [](CComm& port) { EXPECT_TRUE(port.Open(0, 9600, 'N', 8, 1)); });
 }

@@ -2,37 +2,51 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <algorithm>
-#include <array>
 #include <csignal>
 #include <cstring>
-#include <memory>
+#include <map>
+#include <sstream>
 #include <vector>
 
+#include "tests/support/frozen_clock.h"
 #include "tests/support/scratch.h"
 
 namespace {
 
 constexpr unsigned int HEADER = 3;
 constexpr unsigned int RECORD = 4;
+constexpr int PROCESSES = 4;
+constexpr int CYCLES = 2000;
+
+using ReadMode = BinaryFile::E_BF_READMODE;
+
+const std::map<char, int (*)(BinaryFile&, unsigned int)> STEPS = {
+    {'r', [](BinaryFile& file, unsigned int number) { return file.readFile(number); }},
+    {'m', [](BinaryFile& file, unsigned int mode) { return file.readFile(ReadMode(mode)); }},
+    {'w', [](BinaryFile& file, unsigned int number) { return file.writeFile(number); }},
+    {'c', [](BinaryFile& file, unsigned int) { return file.writeCurrent(); }},
+    {'R', [](BinaryFile& file, unsigned int) { return file.readHeader(); }},
+    {'W', [](BinaryFile& file, unsigned int) { return file.writeHeader(); }},
+    {'s', [](BinaryFile& file, unsigned int size) { return file.changeRecordSize(size); }},
+    {'S', [](BinaryFile& file, unsigned int size) { return file.changeHeaderSize(size); }},
+    {'x', [](BinaryFile& file, unsigned int) { return file.closeFile(); }}};
 
 class BinaryFileTest : public testing::Test {
 protected:
     /// Three records.
     void SetUp() override { WriteFile(path, "hdr111122223333"); }
 
-    std::unique_ptr<BinaryFile> Open(int mode, int share = BinaryFile::BF_DENYNO) const {
-        auto file = std::make_unique<BinaryFile>(RECORD, 0);
-        const int result = file->openFile(path, static_cast<BinaryFile::E_BF_FILEMODE>(mode),
-                                          static_cast<BinaryFile::E_BF_SHAREMODE>(share), HEADER);
-        return result == 0 ? std::move(file) : nullptr;
+    int Open(BinaryFile& file, int mode, int share = BinaryFile::BF_DENYNO) const {
+        return file.openFile(path, static_cast<BinaryFile::E_BF_FILEMODE>(mode),
+                             static_cast<BinaryFile::E_BF_SHAREMODE>(share), HEADER);
     }
 
-    static int Put(BinaryFile& file, const char* text) {
-        std::memcpy(file.getRecordBuffer(), text, RECORD);
-        return file.writeCurrent();
+    /// Does a step, a letter and mostly a number.
+    int Do(BinaryFile& file, const std::string& step) const {
+        const int number = std::atoi(step.c_str() + 1);
+        return step[0] == 'o' ? Open(file, number) : STEPS.at(step[0])(file, unsigned(number));
     }
 
     /// A letter for each of header and records that somebody has locked.
@@ -52,145 +66,106 @@ protected:
         return locked;
     }
 
+    /// Lets several processes do `cycle` again and again at the same time, each with its letter in
+    /// the record's buffer.
+    template <typename Cycle>
+    std::vector<pid_t> StartWriters(int mode, Cycle cycle) const {
+        std::vector<pid_t> children;
+        for (int i = 0; i < PROCESSES; ++i) {
+            children.push_back(StartProcess([&, i] {
+                BinaryFile file(RECORD, 0);
+                Open(file, mode);
+                std::fill_n(file.getRecordBuffer(), RECORD, static_cast<unsigned char>('a' + i));
+                int done = 0;
+                while (done < CYCLES && cycle(file) == RECORD)
+                    ++done;
+                return done == CYCLES ? 0 : 1;
+            }));
+        }
+        return children;
+    }
+
     ScratchDirectory scratch;
     std::string path = scratch / "file";
 };
 
-TEST_F(BinaryFileTest, ReadsByNumberAndByPlace) {
-    const auto file = Open(BinaryFile::BF_READONLY);
+TEST_F(BinaryFileTest, ReadsWritesAndLocksAsItsModeAllows) {
+    constexpr int SHARED = BinaryFile::BF_DENYNO, ALONE = BinaryFile::BF_DENYWR;
+    // Each step fills the buffers with its own letter. Its result is told with the current record.
+    constexpr char WRITES[] = "w0 w2 w4 w10 c W ";
+    constexpr char OLD[] = "hdr111122223333";
     const struct {
-        int number, mode, result;
-        unsigned int current;
-    } rows[] = {{0, -1, 0, 0},
-                {-1, BinaryFile::BF_READ_PREVIOUS, 0, 0},
-                {2, -1, 4, 2},
-                {-1, BinaryFile::BF_READ_NEXT, 4, 3},
-                {-1, BinaryFile::BF_READ_NEXT, 0, 3},
-                {4, -1, 0, 3},
-                {-1, BinaryFile::BF_READ_FIRST, 4, 1},
-                {-1, BinaryFile::BF_READ_PREVIOUS, 0, 1},
-                {-1, BinaryFile::BF_READ_LAST, 4, 3},
-                {-1, 77, 4, 3}};
-    for (const auto& row : rows) {
-        const auto mode = static_cast<BinaryFile::E_BF_READMODE>(row.mode);
-        const int result = row.mode < 0 ? file->readFile(static_cast<unsigned int>(row.number))
-                                        : file->readFile(mode);
-        SCOPED_TRACE(testing::Message() << "number " << row.number << ", mode " << row.mode);
-        EXPECT_EQ(result, row.result);
-        EXPECT_EQ(file->getCurrentRecord(), row.current);
-        if (result > 0) {
-            EXPECT_EQ(file->getRecordBuffer()[0], '0' + row.current);
-        }
-    }
-    EXPECT_EQ(file->readHeader(), 3);
-    EXPECT_EQ(std::string(file->getHeaderBuffer(), file->getHeaderBuffer() + HEADER), "hdr");
-}
-
-TEST_F(BinaryFileTest, WritesWhatItsModeAllows) {
-    const struct {
-        int mode;
-        int results[5];  // Of a record that is there, the next, one far away, the current, header.
-        const char* content;
-    } rows[] = {
-        {BinaryFile::BF_READONLY, {-3, -3, -3, -3, -3}, "hdr111122223333"},
-        {BinaryFile::BF_UPDATE, {4, -3, -3, 4, 3}, "HDR1111newd3333"},
-        {BinaryFile::BF_EXTEND, {4, 4, 4, 4, 3}, "HDR1111newa3333newbnewd"},
-        {BinaryFile::BF_APPEND, {-3, -3, -3, 4, -3}, "hdr111122223333newd"},
-        {BinaryFile::BF_CREATE, {-3, -3, -3, 4, -3}, "newd"},
-    };
-    for (const int share : {BinaryFile::BF_DENYNO, BinaryFile::BF_DENYWR}) {
-        for (const auto& row : rows) {
-            SCOPED_TRACE(testing::Message() << "mode " << row.mode << ", share " << share);
-            SetUp();
-            auto file = Open(row.mode, share);
-            const auto write = [&](unsigned int number, const char* text) {
-                std::memcpy(file->getRecordBuffer(), text, RECORD);
-                return file->writeFile(number);
-            };
-            EXPECT_EQ(file->writeFile(0), -3);
-            EXPECT_EQ(write(2, "newa"), row.results[0]);
-            EXPECT_EQ(write(4, "newb"), row.results[1]);
-            EXPECT_EQ(write(10, "newc"), row.results[2]);
-            if (row.mode == BinaryFile::BF_EXTEND) {
-                EXPECT_EQ(file->getCurrentRecord(), 5u);
+        int mode, share;
+        const char *steps, *results, *locked, *content;
+    } ROWS[] = {{0, SHARED, WRITES, "-3@0 -3@0 -3@0 -3@0 -3@0 -3@0 ", "", OLD},
+                {0, ALONE, "R r3 x r1 R", "3@0 4@3 0@3 -1@1 -1@1 ", "", OLD},
+                {1, SHARED, WRITES, "-3@0 4@2 -3@2 -3@2 4@2 3@2 ", "", "fff1111eeee3333"},
+                {2, SHARED, WRITES, "-3@0 4@2 4@4 4@5 4@5 3@5 ", "", "fff1111bbbb3333cccceeee"},
+                {2, ALONE, WRITES, "-3@0 4@2 4@4 4@5 4@5 3@5 ", "", "fff1111bbbb3333cccceeee"},
+                {3, SHARED, WRITES, "-3@0 -3@0 -3@0 -3@0 4@4 -3@4 ", "", "hdr111122223333eeee"},
+                {3, ALONE, WRITES, "-3@0 -3@0 -3@0 -3@0 4@4 -3@4 ", "", "hdr111122223333eeee"},
+                {4, SHARED, WRITES, "-3@0 -3@0 -3@0 -3@0 4@0 -3@0 ", "", "eeee"},
+                {4, ALONE, "c c", "4@1 4@2 ", "", "aaaabbbb"},
+                {0, SHARED, "r0 m2 r2 m1 m1 r4 m0 m2 m3 m77",
+                 "0@0 0@0 4@2 4@3 0@3 0@3 4@1 0@1 4@3 4@3 ", "", OLD},
+                {1, SHARED, "r3", "4@3 ", "3", OLD},
+                {1, ALONE, "r3 R", "4@3 3@3 ", "", OLD},
+                {1, SHARED, "r3 r2", "4@3 4@2 ", "2", OLD},
+                {1, SHARED, "r3 w3", "4@3 4@3 ", "", "hdr11112222bbbb"},
+                {1, SHARED, "r3 w2", "4@3 4@2 ", "", "hdr1111bbbb3333"},
+                {1, SHARED, "r3 r9", "4@3 0@3 ", "3", OLD},
+                {2, SHARED, "R R r3", "3@0 3@0 4@3 ", "h3", OLD},
+                {1, SHARED, "R W", "3@0 3@0 ", "", "bbb111122223333"},
+                {1, SHARED, "R r3 x x", "3@0 4@3 0@3 0@3 ", "", OLD},
+                {1, SHARED, "R x o1 R", "3@0 0@0 0@0 3@0 ", "h", OLD},  // The lock is taken anew.
+                {1, SHARED, "r1 o4 s8 S8 r1", "4@1 -2@1 -8@1 -8@1 4@1 ", "1", OLD},
+                {1, SHARED, "x s0 S0 S8 s2 o1 r3", "0@0 -8@0 -8@0 0@0 0@0 0@0 2@3 ", "2", OLD},
+                {1, SHARED, "x r1 w1 R W", "0@0 -10@1 -10@1 -9@1 -9@1 ", "", OLD}};
+    for (const auto& [mode, share, steps, results, locked, content] : ROWS) {
+        SetUp();
+        BinaryFile file(RECORD, 1);
+        ASSERT_EQ(Open(file, mode, share), 0);
+        std::istringstream words(steps);
+        std::string step, told;
+        for (unsigned char letter = 'a'; words >> step; ++letter) {
+            const bool reads = step[0] == 'r' || step[0] == 'm';
+            if (!reads) {
+                std::fill_n(file.getRecordBuffer(), file.getRecordSize(), letter);
+                std::fill_n(file.getHeaderBuffer(), file.getHeaderSize(), letter);
             }
-            EXPECT_EQ(Put(*file, "newd"), row.results[3]);
-            std::memcpy(file->getHeaderBuffer(), "HDR", HEADER);
-            EXPECT_EQ(file->writeHeader(), row.results[4]);
-            EXPECT_EQ(ReadFile(path), row.content);
-            EXPECT_EQ(Locked(), "");
+            const int result = Do(file, step);
+            told += std::to_string(result) + '@' + std::to_string(file.getCurrentRecord()) + ' ';
+            EXPECT_TRUE(!reads || result < int{RECORD} ||
+                        file.getRecordBuffer()[3] == '0' + file.getCurrentRecord())
+                << steps;
         }
+        EXPECT_EQ(told, results) << mode << ' ' << steps;
+        EXPECT_EQ(Locked(), locked) << mode << ' ' << steps;
+        EXPECT_EQ(ReadFile(path), content) << mode << ' ' << steps;
     }
-}
-
-TEST_F(BinaryFileTest, HoldsTheLockOfWhatItReadsForUpdate) {
-    using Step = int (*)(BinaryFile&);
-    constexpr Step READ3 = [](BinaryFile& file) { return file.readFile(3); };
-    constexpr Step READ2 = [](BinaryFile& file) { return file.readFile(2); };
-    constexpr Step READ9 = [](BinaryFile& file) { return file.readFile(9); };
-    constexpr Step WRITE3 = [](BinaryFile& file) { return file.writeFile(3); };
-    constexpr Step WRITE2 = [](BinaryFile& file) { return file.writeFile(2); };
-    constexpr Step READ_HEADER = [](BinaryFile& file) { return file.readHeader(); };
-    constexpr Step WRITE_HEADER = [](BinaryFile& file) { return file.writeHeader(); };
-    constexpr Step CLOSE = [](BinaryFile& file) { return file.closeFile(); };
-    const struct {
-        std::vector<Step> steps;
-        const char* locked;
-    } rows[] = {{{READ3}, "3"},
-                {{READ3, READ2}, "2"},
-                {{READ3, WRITE3}, ""},
-                {{READ3, WRITE2}, ""},
-                {{READ3, READ9}, "3"},
-                {{READ_HEADER, READ_HEADER, READ3}, "h3"},
-                {{WRITE_HEADER}, ""},
-                {{READ_HEADER, WRITE_HEADER, READ_HEADER}, "h"},
-                {{READ3, READ_HEADER, CLOSE}, ""}};
-    for (const int share : {BinaryFile::BF_DENYNO, BinaryFile::BF_DENYWR}) {
-        for (const int mode : {BinaryFile::BF_READONLY, BinaryFile::BF_UPDATE}) {
-            const bool locks = mode == BinaryFile::BF_UPDATE && share == BinaryFile::BF_DENYNO;
-            for (const auto& row : rows) {
-                const auto file = Open(mode, share);
-                for (const Step step : row.steps)
-                    step(*file);
-                EXPECT_EQ(Locked(), locks ? row.locked : "") << "row " << &row - rows;
-            }
-        }
-    }
-    // After a close the header's lock is taken anew.
-    const auto file = Open(BinaryFile::BF_UPDATE);
-    file->readHeader();
-    file->closeFile();
-    file->openFile(path, BinaryFile::BF_UPDATE, BinaryFile::BF_DENYNO, HEADER);
-    file->readHeader();
-    EXPECT_EQ(Locked(), "h");
 }
 
 TEST_F(BinaryFileTest, LetsOpenersInThatGoTogether) {
-    constexpr int SHARES[] = {0x10, 0x20, 0x30, 0x40};
     const auto denies = [](int share, int mode) {
-        const bool writes = mode != BinaryFile::BF_READONLY;
-        return share == 0x10 || share == 0x30 || (share == 0x20 && writes);
+        return share == 0x10 || share == 0x30 || (share == 0x20 && mode != BinaryFile::BF_READONLY);
     };
-    for (const int firstMode : {BinaryFile::BF_READONLY, BinaryFile::BF_UPDATE}) {
-        for (const int secondMode : {BinaryFile::BF_READONLY, BinaryFile::BF_CREATE}) {
-            for (const int first : SHARES) {
-                for (const int second : SHARES) {
-                    SetUp();
-                    const auto opened = Open(firstMode, first);
-                    ASSERT_NE(opened, nullptr);
-                    const bool refused = denies(first, secondMode) || denies(second, firstMode);
-                    SCOPED_TRACE(testing::Message() << firstMode << '/' << first << " before "
-                                                    << secondMode << '/' << second);
-                    EXPECT_EQ(Open(secondMode, second) == nullptr, refused);
-                    const bool emptied = !refused && secondMode == BinaryFile::BF_CREATE;
-                    EXPECT_EQ(ReadFile(path).empty(), emptied);
-                    // Who was refused or has gone leaves the first one's denial alone.
-                    EXPECT_EQ(EndOf(StartProcess(
-                                  [&] { return Open(secondMode, second) == nullptr ? 1 : 0; })),
-                              refused ? 1 : 0);
-                }
-            }
-        }
+    for (int bits = 0; bits < 64; ++bits) {
+        const int firstMode = bits & 1, secondMode = 2 * (bits & 2);
+        const int first = 0x10 + 0x10 * (bits >> 2 & 3), second = 0x10 + 0x10 * (bits >> 4);
+        SCOPED_TRACE(testing::Message()
+                     << firstMode << '/' << first << " before " << secondMode << '/' << second);
+        SetUp();
+        BinaryFile opened(RECORD, 0);
+        ASSERT_EQ(Open(opened, firstMode, first), 0);
+        const auto isRefused = [&] {
+            BinaryFile file(RECORD, 0);
+            return Open(file, secondMode, second) == -1;
+        };
+        const bool refused = denies(first, secondMode) || denies(second, firstMode);
+        EXPECT_EQ(isRefused(), refused);
+        EXPECT_EQ(ReadFile(path).empty(), !refused && secondMode == BinaryFile::BF_CREATE);
+        // Who was refused or has gone leaves the first one's denial alone.
+        EXPECT_EQ(EndOf(StartProcess(isRefused)), refused ? 1 : 0);
     }
 }
 
@@ -198,97 +173,90 @@ TEST_F(BinaryFileTest, CountsWholeRecordsOnly) {
     const struct {
         const char* content;
         unsigned int header, record, count;
-    } rows[] = {{"hdr1111222", 3, 4, 1},
-                {"hdr", 3, 4, 0},
-                {"hd", 3, 4, 0},
-                {"11112222", 0, 4, 2},
-                {"hdr1111", 3, 0, 0}};
-    for (const auto& row : rows) {
-        WriteFile(path, row.content);
-        BinaryFile file(row.record, 0);
-        ASSERT_EQ(file.openFile(path, BinaryFile::BF_EXTEND, BinaryFile::BF_DENYNO, row.header), 0);
-        EXPECT_EQ(file.getRecordCount(), row.count) << row.content;
-        EXPECT_EQ(file.readFile(1), row.count > 0 ? static_cast<int>(row.record) : 0);
-        EXPECT_EQ(file.readHeader(),
-                  static_cast<int>(std::min<std::size_t>(row.header, std::strlen(row.content))));
+        int bytes;
+    } ROWS[] = {{"hdr1111222", 3, 4, 1, 3},
+                {"hdr", 3, 4, 0, 3},
+                {"hd", 3, 4, 0, 2},
+                {"11112222", 0, 4, 2, 0},
+                {"hdr1111", 3, 0, 0, 3}};
+    for (const auto& [content, header, record, count, bytes] : ROWS) {
+        WriteFile(path, content);
+        BinaryFile file(record, 0);
+        ASSERT_EQ(file.openFile(path, BinaryFile::BF_EXTEND, BinaryFile::BF_DENYNO, header), 0);
+        EXPECT_EQ(file.getRecordCount(), count) << content;
+        EXPECT_EQ(file.readFile(1), count > 0 ? static_cast<int>(record) : 0) << content;
+        EXPECT_EQ(file.readHeader(), bytes) << content;
+        EXPECT_EQ(std::memcmp(file.getHeaderBuffer(), content, std::size_t(bytes)), 0) << content;
     }
 }
 
-TEST_F(BinaryFileTest, RefusesWithoutHarm) {
-    BinaryFile closed(RECORD, HEADER);
-    EXPECT_EQ(closed.closeFile(), 0);
-    EXPECT_EQ(closed.openFile("", BinaryFile::BF_READONLY, BinaryFile::BF_DENYNO, 1), -2);
-    for (const std::string& name : {scratch / "missing", scratch / ".", scratch / "no/file"}) {
-        EXPECT_EQ(closed.openFile(name, BinaryFile::BF_READONLY, BinaryFile::BF_DENYNO, 9), -1);
-        EXPECT_EQ(closed.getHeaderSize(), HEADER);
+TEST_F(BinaryFileTest, StaysClosedWhereItCannotOpen) {
+    const std::pair<std::string, int> ROWS[] = {
+        {"", -2}, {scratch / "missing", -1}, {scratch / ".", -1}, {scratch / "no/file", -1}};
+    for (const auto& [name, result] : ROWS) {
+        BinaryFile file(RECORD, HEADER);
+        EXPECT_EQ(file.openFile(name, BinaryFile::BF_READONLY, BinaryFile::BF_DENYNO, 9), result);
+        EXPECT_TRUE(!file.isOpen() && file.getHeaderSize() == HEADER && file.closeFile() == 0);
     }
-    EXPECT_EQ(closed.readHeader(), -1);
-    EXPECT_EQ(closed.changeRecordSize(0), -8);
-    EXPECT_EQ(closed.changeHeaderSize(8), 0);
-    EXPECT_EQ(closed.getHeaderSize(), 8u);
-
-    const auto file = Open(BinaryFile::BF_UPDATE);
-    EXPECT_EQ(file->changeRecordSize(8), -8);
-    EXPECT_EQ(file->changeHeaderSize(8), -8);
-    EXPECT_EQ(file->openFile(path, BinaryFile::BF_CREATE, BinaryFile::BF_DENYNO, 1), -2);
-    EXPECT_EQ(file->readFile(1), 4);
-    file->closeFile();
-    EXPECT_EQ(file->readFile(1), -10);
-    EXPECT_EQ(file->getLockedRecord(), 0u);
 }
 
 TEST_F(BinaryFileTest, LeavesNothingOfARecordForWhichThereIsNoRoom) {
     const pid_t child = StartProcess([&] {
-        std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit{22, 22};
-        setrlimit(RLIMIT_FSIZE, &limit);
-        const auto file = Open(BinaryFile::BF_APPEND);
-        return Put(*file, "4444") == 4 && Put(*file, "5555") == -1 && file->getRecordCount() == 4 &&
-               file->getCurrentRecord() == 4;
+        LimitFiles(22);
+        BinaryFile file(RECORD, 0);
+        Open(file, BinaryFile::BF_APPEND);
+        std::fill_n(file.getRecordBuffer(), RECORD, static_cast<unsigned char>('4'));
+        return file.writeCurrent() == 4 && file.writeCurrent() == -1 &&
+               file.getRecordCount() == 4 && file.getCurrentRecord() == 4;
     });
     EXPECT_EQ(EndOf(child), 1);
     EXPECT_EQ(ReadFile(path), "hdr1111222233334444");
     BinaryFile full(RECORD, 0);
     ASSERT_EQ(full.openFile("/dev/full", BinaryFile::BF_EXTEND, BinaryFile::BF_DENYNO, 0), 0);
     EXPECT_EQ(full.writeFile(1), -1);
-    EXPECT_EQ(full.getRecordCount(), 0u);
+    EXPECT_TRUE(full.getRecordCount() == 0 && full.getCurrentRecord() == 1);
 }
 
-// Everything below happens in several processes at the same time.
-
-constexpr int PROCESSES = 4;
-constexpr int CYCLES = 2000;
+TEST_F(BinaryFileTest, GivesUpTenSecondsAfterAnothersLock) {
+    frozenTime = BEFORE_THE_WRAP;
+    BinaryFile holder(RECORD, 0), other(RECORD, 0);
+    EXPECT_EQ(holder.openFile(path, BinaryFile::BF_UPDATE, BinaryFile::BF_DENYNO, 99), 0);
+    EXPECT_TRUE(Open(other, BinaryFile::BF_EXTEND) == 0 && other.readFile(1) == RECORD &&
+                other.writeFile(1) == RECORD);
+    EXPECT_EQ(holder.readHeader(), 15);  // Holds also what is to be added.
+    const std::pair<const char*, int> ROWS[] = {
+        {"r2", -10}, {"w2", -10}, {"w4", -10}, {"R", -9}, {"W", -9}};
+    for (const auto& [step, result] : ROWS) {
+        const long start = frozenTime;
+        EXPECT_EQ(Do(other, step), result) << step;
+        EXPECT_EQ((frozenTime - start) / 100, 100) << step;
+        EXPECT_TRUE(other.getLockedRecord() == 0 && other.getRecordBuffer()[0] == '1');
+    }
+    // What can't succeed isn't waited for.
+    other.closeFile();
+    const long start = frozenTime;
+    EXPECT_EQ(other.writeFile(1), -10);
+    EXPECT_EQ(std::exchange(frozenTime, -1), start);
+}
 
 TEST_F(BinaryFileTest, LosesNoUpdateOfASharedRecord) {
     WriteFile(path, std::string(HEADER + RECORD, '\0'));
-    const auto increment = [](BinaryFile& file) {
-        std::uint32_t number = 0;
+    const std::vector<pid_t> children = StartWriters(BinaryFile::BF_UPDATE, [](BinaryFile& file) {
         if (file.readFile(1) != RECORD)
-            return false;
-        std::memcpy(&number, file.getRecordBuffer(), RECORD);
-        ++number;
-        std::memcpy(file.getRecordBuffer(), &number, RECORD);
-        return file.writeFile(1) == RECORD;
-    };
-    // One more is killed again and again, mostly while it holds the lock.
-    const auto hold = [&] {
-        const auto file = Open(BinaryFile::BF_UPDATE);
-        while (file->readFile(1) == RECORD) {
+            return 0;
+        for (unsigned char* digit = file.getRecordBuffer(); ++*digit == 0; ++digit) {
         }
-        return 1;
-    };
-    std::vector<pid_t> children;
-    for (int i = 0; i < PROCESSES; ++i) {
-        children.push_back(StartProcess([&] {
-            const auto file = Open(BinaryFile::BF_UPDATE);
-            int done = 0;
-            while (done < CYCLES && increment(*file))
-                ++done;
-            return done == CYCLES ? 0 : 1;
-        }));
-    }
+        return file.writeFile(1);
+    });
+    // One more is killed again and again, mostly while it holds the lock.
     for (int i = 0; i < 20; ++i) {
-        const pid_t victim = StartProcess(hold);
+        const pid_t victim = StartProcess([&] {
+            BinaryFile file(RECORD, 0);
+            Open(file, BinaryFile::BF_UPDATE);
+            while (file.readFile(1) == RECORD) {
+            }
+            return 1;
+        });
         while (Locked().empty()) {
         }
         kill(victim, SIGKILL);
@@ -296,38 +264,26 @@ TEST_F(BinaryFileTest, LosesNoUpdateOfASharedRecord) {
     }
     for (const pid_t child : children)
         EXPECT_EQ(EndOf(child), 0);
-    std::uint32_t number = 0;
-    std::memcpy(&number, ReadFile(path).data() + HEADER, RECORD);
-    EXPECT_EQ(number, static_cast<std::uint32_t>(PROCESSES * CYCLES));
+    const std::string record = ReadFile(path).substr(HEADER);
+    EXPECT_EQ(record, std::string({char(PROCESSES * CYCLES & 255), PROCESSES * CYCLES >> 8, 0, 0}));
     EXPECT_EQ(Locked(), "");
 }
 
 TEST_F(BinaryFileTest, KeepsEachAppendedRecordWhole) {
     for (const int mode : {BinaryFile::BF_APPEND, BinaryFile::BF_EXTEND}) {
         WriteFile(path, "hdr");
-        std::vector<pid_t> children;
-        for (int i = 0; i < PROCESSES; ++i) {
-            children.push_back(StartProcess([&, i] {
-                const auto file = Open(mode);
-                std::fill_n(file->getRecordBuffer(), RECORD, static_cast<unsigned char>('a' + i));
-                int done = 0;
-                while (done < CYCLES &&
-                       (mode == BinaryFile::BF_APPEND ? file->writeCurrent()
-                                                      : file->writeFile(1000000)) == RECORD)
-                    ++done;
-                return done == CYCLES ? 0 : 1;
-            }));
-        }
-        for (const pid_t child : children)
+        for (const pid_t child : StartWriters(mode, [mode](BinaryFile& file) {
+                 return mode == BinaryFile::BF_APPEND ? file.writeCurrent()
+                                                      : file.writeFile(1000000);
+             }))
             EXPECT_EQ(EndOf(child), 0);
         const std::string content = ReadFile(path);
-        std::array<int, PROCESSES> counts{};
-        for (std::size_t at = HEADER; at < content.size(); at += RECORD) {
+        for (std::size_t at = HEADER; at < content.size(); at += RECORD)
             ASSERT_EQ(content.substr(at, RECORD), std::string(RECORD, content[at]));
-            ++counts.at(static_cast<std::size_t>(content[at] - 'a'));
-        }
-        for (const int count : counts)
-            EXPECT_EQ(count, CYCLES) << "mode " << mode;
+        for (int i = 0; i < PROCESSES; ++i)
+            EXPECT_EQ(std::count(content.begin() + HEADER, content.end(), 'a' + i),
+                      CYCLES * int{RECORD})
+                << "mode " << mode;
     }
 }
 

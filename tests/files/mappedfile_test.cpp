@@ -1,15 +1,9 @@
 #include "utilities/files/mappedfile.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-
-#include <csignal>
-#include <cstring>
-#include <iostream>
-#include <memory>
-#include <sstream>
 
 #include "tests/support/scratch.h"
+#include "utilities/files/binaryfile.h"
 
 namespace {
 
@@ -21,7 +15,7 @@ TEST(MappedFile, MapsMakesAndGrowsAsItsModeTells) {
         bool isMapped;
         int sizeAfter;  // -1: there is no file.
         int error;      // 0: nothing is told.
-    } rows[] = {
+    } ROWS[] = {
         {"of100", 0, 0, true, 100, 0},
         {"of100", 0, 100, true, 100, 0},
         {"of100", 0, 101, false, 100, 0},
@@ -38,66 +32,59 @@ TEST(MappedFile, MapsMakesAndGrowsAsItsModeTells) {
         {"missing", 2, 7, true, 7, 0},
         {"missing", 1, 7, false, 0, 0},
         {"no/file", 2, 7, false, -1, ENOENT},
-        {"directory", 0, 0, false, 4096, EISDIR},
-        {"directory", 2, 0, false, 4096, EEXIST},
+        {"directory", 0, 0, false, -1, EISDIR},
+        {"directory", 2, 0, false, -1, EEXIST},
+        {"others write", 0, 0, false, 100, EACCES},
+        {"others write", 2, 0, true, 100, 0},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message()
-                     << row.name << ", mode " << row.mode << ", " << row.minSize);
+    for (const auto& [name, mode, minSize, isMapped, sizeAfter, error] : ROWS) {
+        SCOPED_TRACE(testing::Message() << name << ", mode " << mode << ", " << minSize);
         const ScratchDirectory scratch;
         WriteFile(scratch / "of100", std::string(100, 'x'));
+        WriteFile(scratch / "others write", std::string(100, 'x'));
         WriteFile(scratch / "empty", "");
         std::filesystem::create_directory(scratch / "directory");
-        const std::string path = scratch / row.name;
+        BinaryFile other(1, 0);
+        other.openFile(scratch / "others write", BinaryFile::BF_UPDATE, BinaryFile::BF_DENYNO, 0);
+        const std::string path = scratch / name;
+        const bool writes = isMapped && (mode & 2) != 0;
+
         const std::ptrdiff_t descriptors = OpenDescriptors();
-        std::ostringstream told;
-        std::streambuf* const console = std::cout.rdbuf(told.rdbuf());
+        testing::internal::CaptureStdout();
         {
-            MappedFile file(path.c_str(), row.mode, row.minSize);
+            const std::ptrdiff_t before = OpenDescriptors();
+            MappedFile file(path.c_str(), mode, minSize);
             auto* const bytes = static_cast<char*>(file.getAddr());
-            ASSERT_EQ(bytes != nullptr, row.isMapped);
-            if (!row.isMapped) {
-                EXPECT_EQ(OpenDescriptors(), descriptors);
-            } else if (row.mode == 0 || row.mode == 4) {
+            EXPECT_EQ(bytes != nullptr, isMapped);
+            EXPECT_TRUE(isMapped || OpenDescriptors() == before);
+            if (writes) {
+                bytes[sizeAfter - 1] = 'y';
+            } else if (isMapped) {
                 EXPECT_EQ(std::string(bytes, 100), std::string(100, 'x'));
-            } else {
-                bytes[row.sizeAfter - 1] = 'y';
             }
+            alignas(MappedFile) char room[sizeof(MappedFile)];
+            auto* const copy = new (room) MappedFile(file);
+            EXPECT_EQ((*copy = file).getAddr(), bytes);
         }
-        std::cout.rdbuf(console);
+        const std::string told =
+            "error: " + std::to_string(error) + " while open file: " + path + "\n";
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), error != 0 ? told : "");
         EXPECT_EQ(OpenDescriptors(), descriptors);
-        EXPECT_EQ(told.str(), row.error == 0 ? ""
-                                             : "error: " + std::to_string(row.error) +
-                                                   " while open file: " + path + "\n");
-        EXPECT_EQ(std::filesystem::exists(path), row.sizeAfter >= 0);
-        if (std::filesystem::is_regular_file(path)) {
-            EXPECT_EQ(std::filesystem::file_size(path), static_cast<std::size_t>(row.sizeAfter));
-        }
-        if (row.isMapped && (row.mode & 2) != 0) {
-            EXPECT_EQ(ReadFile(path).back(), 'y');
-        }
+        const bool isThere = std::filesystem::is_regular_file(path);
+        EXPECT_EQ(isThere ? int(std::filesystem::file_size(path)) : -1, sizeAfter);
+        EXPECT_TRUE(!writes || ReadFile(path).back() == 'y');
     }
 }
 
 TEST(MappedFile, LeavesAFileAloneThatCannotGrow) {
     const ScratchDirectory scratch;
     WriteFile(scratch / "file", "content");
-    EXPECT_EQ(EndOf(StartProcess([&] {
-                  std::signal(SIGXFSZ, SIG_IGN);
-                  const rlimit limit{100000, 100000};
-                  setrlimit(RLIMIT_FSIZE, &limit);
-                  return MappedFile((scratch / "file").c_str(), 2, 200000).getAddr() == nullptr;
-              })),
-              1);
+    const pid_t child = StartProcess([&] {
+        LimitFiles(100000);
+        return MappedFile((scratch / "file").c_str(), 2, 200000).getAddr() == nullptr;
+    });
+    EXPECT_EQ(EndOf(child), 1);
     EXPECT_EQ(ReadFile(scratch / "file"), "content");
-}
-
-TEST(MappedFile, SharesItsAddressWithACopy) {
-    const ScratchDirectory scratch;
-    WriteFile(scratch / "file", "content");
-    MappedFile file((scratch / "file").c_str(), 0, 0);
-    alignas(MappedFile) char copy[sizeof(MappedFile)];
-    EXPECT_EQ((new (copy) MappedFile(file))->getAddr(), file.getAddr());
 }
 
 }  // namespace

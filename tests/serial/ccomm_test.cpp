@@ -1,87 +1,214 @@
+// The port on pseudo-terminals, and on a line that this program makes up: it stands between the
+// library and the system.
 #include "utilities/serial/ccomm.h"
 
+#include <asm/termbits.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
-#include <functional>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
 #include <numeric>
+#include <optional>
 #include <string>
-#include <vector>
+#include <utility>
 
-#include "tests/fakes/clock.h"
-#include "tests/fakes/serial.h"
+#include "tests/support/eventually.h"
+#include "tests/support/frozen_clock.h"
+#include "tests/support/scratch.h"
 
 namespace {
 
-using fakes::line;
-using fakes::TakeCalls;
-using Transfers = decltype(line.transfers);
+using Transfers = std::deque<long>;
 
-constexpr char CLOSING[] = "Escape 6; Escape 4; CloseHandle; ";
+/// Looks at the queue of what is to be sent, and transfers that have to wait, take time.
+struct MadeUpLine {
+    std::string log, sent;
+    int modemLines = 0, inQueue = 0, outQueue = 0;
+    int looks = 0, looksUntilSent = -1;
+    bool refusesSettings = false;
+    speed_t highestRate = UINT_MAX;
+    std::optional<termios2> settings;
+    Transfers transfers;  ///< Bytes, or minus the error; behind the last one all that is asked for.
+}* line = nullptr;
 
-/// A port that was opened with 9600 8N1 on a line of its own.
-struct OpenPort : CComm {
-    OpenPort() {
-        line = {};
-        Open(0, 9600, 'N', 8, 1);
-        TakeCalls();
-    }
-};
+std::string device;  ///< Behind all ports while there is a line.
 
-std::string SetTo(const std::string& settings) { return "SetCommState " + settings + " 1; "; }
-
-TEST(CComm, OpensAndClosesInAFixedOrder) {
-    line = {};
-    line.settings.BaudRate = 300;
-    CComm port;
-    EXPECT_TRUE(port.Open(9, 9600, 'e', 7, 2) && port.IsPortOpen());
-    EXPECT_EQ(TakeCalls(),
-              "CreateFileA \\\\.\\COM10; SetupComm 2048 2048; SetCommMask 0; GetCommState; " +
-                  SetTo("300 8N0") + SetTo("9600 7E2") +
-                  "SetCommTimeouts 4294967295 0 100 0 20; PurgeComm 8; PurgeComm 5; ");
-    EXPECT_EQ(port.GetCommHandle(), &line);
-    const DCB& set = line.settings;
-    EXPECT_TRUE(set.fBinary && set.fTXContinueOnXoff && set.fDtrControl == 1);
-    EXPECT_FALSE(set.fParity || set.fOutxDsrFlow || set.fDsrSensitivity || set.fOutX || set.fInX ||
-                 set.fErrorChar || set.fNull || set.fAbortOnError);
-    EXPECT_EQ((std::vector<int>{set.XonLim, set.XoffLim, set.XonChar, set.XoffChar, set.EofChar,
-                                set.EvtChar}),
-              (std::vector<int>{256, 256, 0x11, 0x13, 0, 0}));
-
-    // Once more: closed first, and refused parameters leave what the device has.
-    EXPECT_TRUE(port.Open(9, 115200, 'N', 8, 1));
-    EXPECT_EQ(TakeCalls().find(CLOSING + std::string("CreateFileA")), 0u);
-    EXPECT_EQ(line.settings.BaudRate, 9600u);
-    line.isMissing = true;
-    EXPECT_FALSE(port.Open(0, 9600, 'N', 8, 1) || port.IsPortOpen());
-    EXPECT_FALSE(port.Open(INT_MAX, 9600, 'N', 8, 1));
-    port.Close();
-    EXPECT_EQ(TakeCalls(), CLOSING + std::string("CreateFileA \\\\.\\COM1; "
-                                                 "CreateFileA \\\\.\\COM-2147483648; "));
+std::string TextOf(const termios2& settings) {
+    const tcflag_t flags = settings.c_cflag;
+    const int parity =
+        ((flags & PARENB) ? 4 : 0) | ((flags & CMSPAR) ? 2 : 0) | ((flags & PARODD) ? 1 : 0);
+    std::string text = std::to_string(settings.c_ospeed) + ' ';
+    text += static_cast<char>('5' + (flags & CSIZE) / CS6);
+    text += "NNNNEOSM"[parity];
+    return text + ((flags & CSTOPB) ? '2' : '1') + ((flags & CRTSCTS) ? " cts; " : "; ");
 }
 
-TEST(CComm, TakesTheRatesLettersAndStopBitsThatItKnows) {
+int Control(unsigned long request, void* argument) {
+    auto* const number = static_cast<int*>(argument);
+    auto* const settings = static_cast<termios2*>(argument);
+    if (request == TIOCMBIS || request == TIOCMBIC) {
+        line->log += request == TIOCMBIS ? '+' : '-';
+        line->log += *number == TIOCM_DTR ? "DTR; " : "RTS; ";
+    } else if (request == TIOCMGET || request == TIOCINQ) {
+        *number = request == TIOCMGET ? line->modemLines : line->inQueue;
+    } else if (request == TIOCOUTQ) {
+        ++frozenTime;
+        *number = ++line->looks == line->looksUntilSent ? line->outQueue = 0 : line->outQueue;
+    } else if (request == TCSETS2) {
+        if (line->refusesSettings)
+            return -1;
+        line->log += TextOf(*settings);
+        line->settings = *settings;
+        line->settings->c_ospeed = std::min(settings->c_ospeed, line->highestRate);
+    } else if (request == TCGETS2) {
+        *settings = line->settings.value_or(*settings);
+    }
+    return 0;
+}
+
+ssize_t Transfer(std::size_t size, int pause) {
+    auto result = static_cast<long>(size);
+    if (!line->transfers.empty()) {
+        result = line->transfers.front();
+        line->transfers.pop_front();
+    }
+    frozenTime += result == -EAGAIN ? pause : 0;
+    errno = static_cast<int>(-result);
+    return result >= 0 ? result : -1;
+}
+
+}  // namespace
+
+extern "C" {
+
+int open(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const unsigned int permission = (flags & O_CREAT) != 0 ? va_arg(arguments, unsigned int) : 0;
+    va_end(arguments);
+    if (line != nullptr && std::strncmp(path, "/dev/ttyS", 9) == 0) {
+        // Neither for programs that are started nor as the process's terminal.
+        line->log += path + std::string(flags & O_CLOEXEC && flags & O_NOCTTY ? "; " : "!");
+        path = device.c_str();
+    }
+    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, permission));
+}
+
+int ioctl(int descriptor, unsigned long request, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, request);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    const auto result = static_cast<int>(syscall(SYS_ioctl, descriptor, request, argument));
+    return line != nullptr && descriptor >= 0 ? Control(request, argument) : result;
+}
+
+ssize_t read(int descriptor, void* buffer, std::size_t size) {
+    if (line == nullptr)
+        return syscall(SYS_read, descriptor, buffer, size);
+    const ssize_t result = Transfer(size, 50);
+    std::fill_n(static_cast<char*>(buffer), result, 'r');
+    return result;
+}
+
+ssize_t write(int descriptor, const void* buffer, std::size_t size) {
+    if (line == nullptr)
+        return syscall(SYS_write, descriptor, buffer, size);
+    const ssize_t result = Transfer(size, 10);
+    line->sent.append(static_cast<const char*>(buffer), result > 0 ? std::size_t(result) : 0);
+    return result;
+}
+
+}  // extern "C"
+
+namespace {
+
+constexpr int PORT = 7;
+
+/// A port, and what is behind it: the other side of a pseudo-terminal, or a line that is made up.
+class Port : public testing::Test {
+protected:
+    Port() {
+        grantpt(side_);
+        unlockpt(side_);
+        device = ptsname(side_);
+        SetSerialDevice(PORT, device.c_str());
+        std::iota(std::begin(buffer_), std::end(buffer_), static_cast<unsigned char>(0));
+    }
+    ~Port() override {
+        line = nullptr;
+        frozenTime = -1;
+        port_.Close();
+        close(side_);
+    }
+    static bool Open(CComm& port) { return port.Open(PORT, 9600, 'N', 8, 1); }
+    void Arrive(CComm& port, const std::string& data) {
+        EXPECT_EQ(write(side_, data.data(), data.size()), std::ssize(data));
+        EXPECT_TRUE(Eventually([&] { return port.RxSize() == std::ssize(data); }));
+    }
+    /// Opens the port on a new line.
+    MadeUpLine& OpenLine() {
+        line = nullptr;
+        port_.Close();
+        line = &(line_ = {});
+        frozenTime = BEFORE_THE_WRAP;
+        EXPECT_TRUE(Open(port_));
+        line_.log.clear();
+        return line_;
+    }
+    /// What was done to the line since the last time.
+    std::string Log() { return std::exchange(line_.log, {}); }
+    /// The first bytes of the buffer.
+    std::string Bytes(std::size_t count) const { return {buffer_, buffer_ + count}; }
+
+    int side_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    MadeUpLine line_;
+    CComm port_;
+    unsigned char buffer_[3000];
+};
+
+TEST_F(Port, OpensAndClosesInAFixedOrder) {
+    SetSerialDevice(PORT, nullptr);
+    line = &line_;
+    EXPECT_TRUE(port_.Open(PORT, 1200, 'e', 7, 2) && port_.IsPortOpen());
+    EXPECT_EQ(Log(), "/dev/ttyS7; 38400 8N1; +DTR; +RTS; 1200 7E2; ");
+    // Once more: closed first, and refused parameters leave what the device has.
+    EXPECT_TRUE(port_.Open(PORT, 115200, 'N', 8, 1));
+    EXPECT_EQ(Log(), "-DTR; -RTS; /dev/ttyS7; 1200 7E2; +DTR; +RTS; ");
+    device = "/missing";
+    const std::pair<int, const char*> PORTS[] = {
+        {0, "-DTR; -RTS; /dev/ttyS0; "}, {9, "/dev/ttyS9; "}, {-1, ""}, {INT_MAX, ""}};
+    for (const auto& [port, log] : PORTS) {
+        EXPECT_FALSE(port_.Open(port, 9600, 'N', 8, 1) || port_.IsPortOpen()) << port;
+        EXPECT_EQ(Log(), log);
+    }
+}
+
+TEST_F(Port, TakesTheRatesLettersAndStopBitsThatItKnows) {
     const std::pair<long, const char*> BAUDS[] = {
         {57600, "57600"},   {57601, ""},  {115200, ""},     {127999, ""}, {128000, "130816"},
         {256000, "261888"}, {256001, ""}, {4294967296, ""}, {0, "0"},     {-1, "4294967295"}};
-    for (const auto& [baud, stored] : BAUDS) {
-        OpenPort port;
-        const std::string set = *stored ? SetTo(stored + std::string(" 8N0")) : "";
-        EXPECT_EQ(port.SetBaud(baud), !set.empty()) << baud;
-        EXPECT_EQ(port.SetPortA(baud, 'N', 8, 1), !set.empty()) << baud;
-        EXPECT_EQ(TakeCalls(), "Look; " + set + set);
-    }
-    const std::string letters = "NOEMSnoems";
+    const auto expect = [this](bool isKnown, long baud, char letter, const std::string& text) {
+        OpenLine();
+        EXPECT_EQ(baud != 9600 ? port_.SetBaud(baud) : port_.SetParity(letter), isKnown);
+        EXPECT_EQ(port_.SetPortA(baud, letter, 8, 1), isKnown);
+        EXPECT_EQ(Log(), isKnown ? text + text : "") << baud << letter;
+    };
+    for (const auto& [baud, stored] : BAUDS)
+        expect(*stored != '\0', baud, 'N', stored + std::string(" 8N1; "));
     for (int code = -128; code < 128; ++code) {
-        OpenPort port;
         const auto letter = static_cast<char>(code);
-        const bool isKnown = letters.find(letter) != std::string::npos;
-        const char upper = static_cast<char>(letter & ~0x20);
-        const std::string set = isKnown ? SetTo(std::string("9600 8") + upper + "0") : "";
-        EXPECT_EQ(port.SetParity(letter), isKnown) << code;
-        EXPECT_EQ(port.SetPortA(9600, letter, 8, 1), isKnown) << code;
-        EXPECT_EQ(TakeCalls(), "Look; " + set + set);
+        const bool isKnown = letter != '\0' && std::strchr("NOEMSnoems", letter) != nullptr;
+        expect(isKnown, 9600, letter, std::string("9600 8") + char(letter & ~0x20) + "1; ");
     }
     // What stands before a refusal is kept for the next setter.
     const struct {
@@ -89,143 +216,205 @@ TEST(CComm, TakesTheRatesLettersAndStopBitsThatItKnows) {
         char parity;
         int dataBits, stopBits;
         const char *set, *later;
-    } ROWS[] = {{1200, 'O', 0x105, 2, "1200 5O2", "50 5O2"},
-                {1200, 's', 9, 1, "1200 9S0", "50 9S0"},
-                {1200, 'X', 7, 2, "", "50 7N0"},
-                {115200, 'O', 7, 2, "", "50 8N0"},
-                {1200, 'E', 7, 0, "", "50 7E0"},
-                {1200, 'E', 7, 3, "", "50 7E0"}};
+    } ROWS[] = {{1200, 'O', 0x105, 2, "1200 5O2; ", "50 5O2; "},
+                {1200, 's', 9, 1, "", ""},
+                {1200, 'm', 4, 1, "", ""},
+                {1200, 'X', 7, 2, "", "50 7N1; "},
+                {115200, 'O', 7, 2, "", "50 8N1; "},
+                {1200, 'E', 7, 0, "", "50 7E1; "},
+                {1200, 'E', 6, 3, "", "50 6E1; "}};
     for (const auto& [baud, parity, dataBits, stopBits, set, later] : ROWS) {
-        OpenPort port;
-        EXPECT_EQ(port.SetPortA(baud, parity, dataBits, stopBits), *set != '\0') << later;
-        EXPECT_TRUE(port.SetBaud(50)) << later;
-        EXPECT_EQ(TakeCalls(), (*set ? SetTo(set) : "") + "Look; " + SetTo(later));
-        line.refusesSettings = true;
-        EXPECT_FALSE(port.SetBaud(50) || port.SetParity('N') || port.SetPortA(50, 'N', 8, 1));
+        OpenLine();
+        EXPECT_EQ(port_.SetPortA(baud, parity, dataBits, stopBits), *set != '\0') << later;
+        EXPECT_EQ(port_.SetBaud(50), *later != '\0') << later;
+        EXPECT_EQ(Log(), std::string(set) + later);
+        line_.refusesSettings = true;
+        EXPECT_FALSE(port_.SetBaud(50) || port_.SetParity('N') || port_.SetPortA(50, 'N', 8, 1));
     }
+    // A device may be off by 2 %, which is 2616; else it gets back what it had.
+    OpenLine().highestRate = 130816 - 2617;
+    EXPECT_FALSE(port_.SetBaud(128000));
+    EXPECT_EQ(Log(), "130816 8N1; 9600 8N1; ");
+    line_.highestRate = 130816 - 2616;
+    EXPECT_TRUE(port_.SetBaud(128000));
 }
 
-TEST(CComm, WaitsTwoSecondsForTheQueueToEmptyBeforeASetting) {
-    const auto rate = [](CComm& port) { return port.SetBaud(50); };
-    const auto letter = [](CComm& port) { return port.SetParity('X'); };
-    const auto all = [](CComm& port) { return port.SetPortA(50, 'E', 7, 1); };
+TEST_F(Port, WaitsTwoSecondsForTheQueueToEmptyBeforeASetting) {
+    using Setter = bool (*)(CComm&);
+    constexpr Setter rate = [](CComm& port) { return port.SetBaud(50); };
+    constexpr Setter letter = [](CComm& port) { return port.SetParity('X'); };
+    constexpr Setter all = [](CComm& port) { return port.SetPortA(50, 'E', 7, 1); };
     const struct {
-        int looks;
-        std::function<bool(CComm&)> set;
+        int looksUntilSent;
+        Setter set;
         bool result;
-        long calls;
-    } ROWS[] = {{3, letter, false, 3},   {2000, rate, true, 2001},  {2001, rate, false, 2000},
-                {-1, rate, false, 2000}, {-1, letter, false, 2000}, {-1, all, true, 1}};
-    for (const auto& [looks, set, result, calls] : ROWS) {
-        OpenPort port;
-        fakes::milliseconds = 0xFFFFFF00;  // The clock wraps during the wait.
-        line.outQueue = 1;
-        line.looksUntilSent = looks;
-        EXPECT_EQ(set(port), result) << looks;
-        EXPECT_EQ(std::count(line.calls.begin(), line.calls.end(), ';'), calls) << looks;
+        int looks;
+    } ROWS[] = {{3, letter, false, 3},   {2000, rate, true, 2000},  {2001, rate, false, 2000},
+                {-1, rate, false, 2000}, {-1, letter, false, 2000}, {-1, all, true, 0}};
+    for (const auto& [looksUntilSent, set, result, looks] : ROWS) {
+        OpenLine().outQueue = 1;
+        line_.looksUntilSent = looksUntilSent;
+        EXPECT_EQ(set(port_), result) << looksUntilSent;
+        EXPECT_EQ(line_.looks, looks) << looksUntilSent;
     }
+    // Nor does the end wait for longer.
+    OpenLine().outQueue = 1;
+    port_.Close();
+    EXPECT_EQ((frozenTime - BEFORE_THE_WRAP) / 10, 200);
 }
 
-TEST(CComm, SendsWithinTheBudget) {
+TEST_F(Port, SendsWithinTheBudget) {
     const struct {
-        std::uint32_t waiting;
-        int length;
+        int waiting, length;
         Transfers writes;
         unsigned long result;
-        const char* calls;
         std::size_t sent;
-        std::uint32_t error = 5;
-    } ROWS[] = {{2000, 100, {}, 0, "Look; Write 48; ", 48},
-                {1948, 100, {}, 1, "Look; Write 100; ", 100},
-                {1949, 100, {}, 0, "Look; Write 99; ", 99},
-                {0, 2049, {}, 0, "Look; Write 2048; ", 2048},
-                {2048, 1, {}, 0, "Look; ", 0},
-                {4000, 100, {}, 0, "Look; ", 0},
-                {0, 100, {{true, 60}}, 0, "Look; Write 100; Write 40; ", 100},
-                {0, 100, {{true, 60}, {true, 0}}, 0, "Look; Write 100; Write 40; ", 60},
-                {0, 100, {{true, 60}, {false, 9}}, 0, "Look; Write 100; Write 40; Look; ", 69},
-                {0, 100, {{false, 9}}, 0, "Look; Write 100; ", 9, 997},
-                {0, 100, {{false, 100}}, 1, "Look; Write 100; Look; ", 100},
-                {0, 0, {}, 1, "", 0},
-                {0, -1, {}, 1, "", 0}};
-    std::string data(3000, '\0');
-    std::iota(data.begin(), data.end(), '\0');
-    auto* const bytes = reinterpret_cast<unsigned char*>(data.data());
-    for (const auto& [waiting, length, writes, result, calls, sent, error] : ROWS) {
-        OpenPort port;
-        line.outQueue = waiting;
-        line.transfers = writes;
-        line.error = error;
-        EXPECT_EQ(port.TxBuffer(bytes, length, true), result) << length << " behind " << waiting;
-        EXPECT_EQ(TakeCalls(), calls);
-        EXPECT_EQ(line.sent, data.substr(0, sent));
-        EXPECT_EQ(port.TxSize(), waiting);
+    } ROWS[] = {{2000, 100, {}, 0, 48},
+                {1948, 100, {}, 1, 100},
+                {1949, 100, {}, 0, 99},
+                {0, 2049, {}, 0, 2048},
+                {2048, 1, {}, 0, 0},
+                {4000, 100, {}, 0, 0},
+                {0, 100, {60, -EINTR, -EAGAIN, 40}, 1, 100},   // In one piece of 20 ms.
+                {0, 100, {60, -EAGAIN, -EAGAIN, 40}, 0, 100},  // In two.
+                {0, 100, {60, -EAGAIN, -EAGAIN, -EAGAIN, -EAGAIN}, 0, 60},
+                {0, 100, {60, -EIO}, 0, 60},
+                {0, 0, {}, 1, 0},
+                {0, -1, {}, 1, 0}};
+    for (const auto& [waiting, length, writes, result, sent] : ROWS) {
+        OpenLine().outQueue = waiting;
+        line_.transfers = writes;
+        EXPECT_EQ(port_.TxBuffer(buffer_, length, true), result) << length << " after " << waiting;
+        EXPECT_EQ(line_.sent, Bytes(sent)) << sent;
+        EXPECT_EQ(port_.TxSize(), waiting);
     }
 }
 
-TEST(CComm, ReadsOnlyWhatIsWaiting) {
+TEST_F(Port, ReadsOnlyWhatIsWaiting) {
     const struct {
-        std::uint32_t waiting;
-        int length;
+        int waiting, length;
         Transfers reads;
         unsigned long result;
-        const char* calls;
-        std::uint32_t error = 5;
-    } ROWS[] = {{0, 10, {}, 0, "Look; "},
-                {5, 10, {}, 5, "Look; Read 5; "},
-                {50, 10, {}, 10, "Look; Read 10; "},
-                {5, 10, {{true, 2}}, 2, "Look; Read 5; "},
-                {5, 10, {{false, 2}}, 2, "Look; Read 5; Look; "},
-                {5, 10, {{false, 2}}, 2, "Look; Read 5; ", 997},
-                {5, 0, {}, 0, "Look; "},
-                {5, -1, {}, 0, "Look; "}};
-    for (const auto& [waiting, length, reads, result, calls, error] : ROWS) {
-        OpenPort port;
-        line.inQueue = waiting;
-        line.transfers = reads;
-        line.error = error;
-        std::string buffer(10, '\0');
+    } ROWS[] = {{0, 10, {}, 0},
+                {5, 10, {}, 5},
+                {50, 10, {}, 10},
+                {5, 10, {2, -EINTR, -EAGAIN, 3}, 5},
+                {5, 10, {2, -EAGAIN, -EAGAIN}, 2},  // 100 ms.
+                {5, 10, {2, -EIO}, 2},
+                {5, 10, {2, 0}, 2},  // Hung up.
+                {5, 0, {}, 0},
+                {5, -1, {}, 0}};
+    for (const auto& [waiting, length, reads, result] : ROWS) {
+        OpenLine().inQueue = waiting;
+        line_.transfers = reads;
+        std::fill_n(buffer_, 11, static_cast<unsigned char>('-'));
         bool flag = true;
-        auto* const bytes = reinterpret_cast<unsigned char*>(buffer.data());
-        EXPECT_EQ(port.RxBuffer(bytes, length, &flag), result) << length << " of " << waiting;
-        EXPECT_EQ(TakeCalls(), calls);
-        EXPECT_EQ(buffer, std::string(result, 'r') + std::string(10 - result, '\0'));
-        EXPECT_TRUE(flag && port.RxSize() == waiting);
+        EXPECT_EQ(port_.RxBuffer(buffer_, length, &flag), result) << length << " of " << waiting;
+        EXPECT_EQ(Bytes(11), std::string(result, 'r') + std::string(11 - result, '-'));
+        EXPECT_TRUE(flag && port_.RxSize() == waiting);
     }
 }
 
-TEST(CComm, PassesLinesHandshakeAndPurgesOn) {
-    OpenPort port;
-    for (const std::uint32_t lines : {0u, 0x80u, 0x10u, 0x6Fu}) {
-        line.modemLines = lines;
-        EXPECT_EQ(port.GetCd(), lines == 0x80);
-        EXPECT_EQ(port.GetCTS(), lines == 0x10);
+TEST_F(Port, MovesAndReadsModemLines) {
+    OpenLine();
+    for (const int lines : {0, TIOCM_CTS, TIOCM_CD, TIOCM_DSR | TIOCM_RTS | TIOCM_RI}) {
+        line_.modemLines = lines;
+        EXPECT_EQ(port_.GetCTS(), lines == TIOCM_CTS);
+        EXPECT_EQ(port_.GetCd(), lines == TIOCM_CD);
     }
-    const std::pair<std::function<void()>, const char*> ROWS[] = {
-        {[&] { port.SetDtr(true); }, "Escape 5; "},
-        {[&] { port.SetDtr(false); }, "Escape 6; "},
-        {[&] { port.SetRts(true); }, "Escape 3; "},
-        {[&] { port.SetRts(false); }, "Escape 4; "},
-        {[&] { port.ClearRXBuffer(); }, "PurgeComm 8; "},
-        {[&] { port.ClearTXBuffer(); }, "PurgeComm 5; "},
-        {[&] { port.UseRtsCts(true); }, "GetCommState; SetCommState 9600 8N0 cts 2; "},
-        {[&] { port.UseRtsCts(false); }, "GetCommState; SetCommState 9600 8N0 1; "},
-        {[&] { port.SetDirection(1); }, ""}};
-    for (const auto& [act, calls] : ROWS) {
-        act();
-        EXPECT_EQ(TakeCalls(), calls);
+    const std::pair<void (*)(CComm&), const char*> ROWS[] = {
+        {[](CComm& port) { port.SetDtr(false); }, "-DTR; "},
+        {[](CComm& port) { port.SetRts(false); }, "-RTS; "},
+        {[](CComm& port) { port.SetBaud(300); }, "300 8N1; "},  // Leaves the lines alone.
+        {[](CComm& port) { port.UseRtsCts(true); }, "300 8N1 cts; "},
+        {[](CComm& port) { port.SetParity('O'); }, "300 8O1 cts; "},
+        {[](CComm& port) { port.UseRtsCts(false); }, "300 8O1; +RTS; "},
+        {[](CComm& port) { port.SetRts(true); }, "+RTS; "},
+        {[](CComm& port) { port.SetDtr(true); }, "+DTR; "},
+        {[](CComm& port) { port.SetDirection(1); }, ""}};
+    for (const auto& [act, log] : ROWS) {
+        act(port_);
+        EXPECT_EQ(Log(), log);
     }
-    CComm copy;
-    copy = port;
-    EXPECT_TRUE(copy.GetCommHandle() == &line && copy.SetParity('O') && !copy.GetOverrunError());
-    port.Close();
-    TakeCalls();
-    unsigned char byte = 0;
-    EXPECT_FALSE(port.SetBaud(50) || port.SetParity('N') || port.SetPortA(50, 'N', 8, 1));
-    EXPECT_EQ(port.RxBuffer(&byte, 1, nullptr) + port.TxBuffer(&byte, 1, false), 0u);
-    EXPECT_EQ(port.RxSize() + port.TxSize(), 0);
-    EXPECT_EQ(port.TxBuffer(&byte, 0, false), 1u);
-    EXPECT_EQ(TakeCalls(), "");
+    EXPECT_FALSE(port_.GetOverrunError());
+}
+
+TEST_F(Port, PassesEachByteOnceAndAsItIsAndDropsWhatIsOld) {
+    const int user = open(device.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    std::string data;
+    for (int i = 0; i < 2000; ++i)
+        data += static_cast<char>(i < 512 ? i / 2 : i * i / 7);
+    ASSERT_TRUE(Open(port_));
+    Arrive(port_, "old");
+    ASSERT_TRUE(Open(port_));
+    Arrive(port_, data);
+    EXPECT_EQ(port_.RxBuffer(buffer_, 1500, nullptr), 1500u);
+    EXPECT_EQ(port_.RxBuffer(buffer_ + 1500, 548, nullptr), 500u);
+    EXPECT_TRUE(Bytes(2000) == data);
+    EXPECT_EQ(port_.TxBuffer(buffer_, 2000, false), 1u);
+    for (ssize_t done = 0; done < 2000;)
+        done += read(side_, buffer_ + done, 2000);
+    EXPECT_TRUE(Bytes(2000) == data);
+    Arrive(port_, "old");
+    port_.ClearRXBuffer();
+    EXPECT_EQ(port_.RxSize() + port_.TxSize(), 0);
+    close(user);
+}
+
+TEST_F(Port, OpensOnlyAFreeTerminal) {
+    for (const char* path : {"/dev/null", "/missing", "", "/tmp", "/proc/self/exe"}) {
+        SetSerialDevice(PORT + 1, path);
+        EXPECT_FALSE(port_.Open(PORT + 1, 9600, 'N', 8, 1)) << path;
+    }
+    SetSerialDevice(PORT + 1, device.c_str());
+    const int user = open(device.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    for (const bool isOpen : {true, false, true}) {
+        CComm other;
+        EXPECT_EQ(isOpen ? Open(port_) : (port_.Close(), false), isOpen);
+        int isExclusive = -1;
+        ioctl(user, TIOCGEXCL, &isExclusive);
+        EXPECT_EQ(isExclusive, isOpen ? 1 : 0);
+        EXPECT_EQ(other.Open(PORT + 1, 9600, 'N', 8, 1), !isOpen);
+        other.Close();
+        EXPECT_EQ(EndOf(StartProcess([&] { return Open(other) && (other.Close(), true); })),
+                  isOpen ? 0 : 1);
+    }
+    close(user);
+}
+
+TEST_F(Port, GivesUpOnAPeerThatNeverReads) {
+    ASSERT_TRUE(Open(port_));
+    for (int taken = 0; port_.TxBuffer(buffer_, 2048, false) == 1; ++taken)
+        ASSERT_LT(taken, 100);
+    EXPECT_EQ(port_.TxBuffer(buffer_, 1, false), 0u);
+    port_.ClearTXBuffer();
+    EXPECT_TRUE(Eventually([&] { return port_.TxBuffer(buffer_, 1, false) == 1; }));
+}
+
+TEST_F(Port, FailsAsDocumentedOnceItIsGoneOrClosedByACopy) {
+    const auto expectFailure = [this](CComm& port, bool isOpen) {
+        EXPECT_EQ(port.IsPortOpen(), isOpen);
+        EXPECT_EQ(port.RxSize() + port.TxSize(), 0);
+        EXPECT_EQ(port.RxBuffer(buffer_, 4, nullptr) + port.TxBuffer(buffer_, 4, false), 0u);
+        EXPECT_FALSE(port.SetPortA(300, 'N', 8, 1) || port.SetBaud(300) || port.SetParity('N'));
+        EXPECT_FALSE(port.GetCd() || port.GetCTS());
+        port.ClearRXBuffer();
+        port.UseRtsCts(true);
+        EXPECT_EQ(port.TxBuffer(buffer_, 0, false), 1u);
+    };
+    expectFailure(port_, false);
+    ASSERT_TRUE(Open(port_));
+    CComm copy(port_), other;
+    other = copy;
+    EXPECT_TRUE(other.SetParity('O'));
+    ASSERT_TRUE(Open(port_));  // The next port, on the descriptor of the one before.
+    Arrive(port_, "data");
+    expectFailure(other, true);
+    copy.Close();
+    EXPECT_EQ(port_.RxSize(), 4);
+    close(std::exchange(side_, -1));
+    expectFailure(port_, true);
+    EXPECT_FALSE(Open(port_) || port_.IsPortOpen());
 }
 
 }  // namespace

@@ -1,20 +1,35 @@
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 
+#include <cstring>
 #include <thread>
 
 #include "tests/support/compression.h"
 #include "tests/support/eventually.h"
-#include "tests/support/report_of.h"
 #include "utilities/services/utilityfunctions.h"
+
+namespace {
+
+int hurry = 1;  ///< How much faster a wait's time runs.
+int longestWait = 0;
+
+}  // namespace
+
+/// The library waits for the program's end by this.
+extern "C" int poll(pollfd* files, nfds_t count, int limit) {
+    longestWait = std::max(longestWait, limit);
+    const timespec until{limit / 1000 / hurry, limit / hurry % 1000 * 1'000'000L};
+    return ppoll(files, count, limit >= 0 ? &until : nullptr, nullptr);
+}
 
 namespace {
 
 using Compression = ScratchFolder;
 
-TEST_F(Compression, RestoresWhatItCompressedAndKeepsDevices) {
+TEST_F(Compression, RestoresWhatItCompressed) {
     std::string content;
     for (int i = 0; i < 20000; ++i)
         content += std::to_string(i * 7919) + '\0';
@@ -27,11 +42,7 @@ TEST_F(Compression, RestoresWhatItCompressedAndKeepsDevices) {
     // Not onto itself.
     fs::create_symlink("b.gz", "self");
     EXPECT_EQ(ReportOf([] { EXPECT_FALSE(UNZIP("b", "self", true)); }), REPORT);
-    fs::create_symlink("/dev/full", "full");
-    EXPECT_EQ(ReportOf([] { EXPECT_TRUE(UNZIP("b", "full", true)); }), "");
-    setenv("PATH", "/missing", 1);
-    EXPECT_EQ(ReportOf([] { EXPECT_FALSE(UNZIP("b", "full", true)); }), REPORT + MISSING);
-    EXPECT_TRUE(fs::is_character_file("/dev/full") && fs::file_size("b.gz") > 0);
+    EXPECT_GT(fs::file_size("b.gz"), 0u);
 }
 
 TEST_F(Compression, RunsWhereTheResultIsOlderOrItIsForced) {
@@ -74,14 +85,18 @@ TEST_F(Compression, TakesWhatTheProgramDoesAndFailsWhereItCannotRunOrWrite) {
         {"b", "exit 1", 0755, "", ""},
         {"b", "echo part; kill -9 $$", 0755, "", "part\n"},
         {"b", "rm b.gz", 0755, MISSING, nullptr},
+        {"b", "trap '' TERM INT; echo part; exec sleep 1000", 0755, REPORT + MISSING, nullptr},
         // What it started outlives it, and holds the output for as long as this test runs.
         {"b", "(while [ -e gzip ]; do sleep 0.01; done) & echo done", 0755, "", "done\n"},
         {"folder", "", 0755, REPORT, nullptr},
         {"pipe", "", 0755, REPORT, nullptr},  // Without a reader.
+        {"full", "echo", 0755, "", nullptr},
+        {"full", "", 0644, REPORT + MISSING, nullptr},  // The link goes, not the device.
         {"missing/b", "", 0755, REPORT + MISSING, nullptr},
         {"folder.gz/b", "", 0755, REPORT + MISSING, nullptr},  // Without rights.
     };
     fs::create_directory("folder.gz");
+    fs::create_symlink("/dev/full", "full.gz");
     mkfifo("pipe.gz", 0666);
     fs::permissions("folder.gz", fs::perms(0555));
     fs::permissions(".", fs::perms(0777));
@@ -92,6 +107,7 @@ TEST_F(Compression, TakesWhatTheProgramDoesAndFailsWhereItCannotRunOrWrite) {
         fs::permissions("gzip", fs::perms(mode));
         WriteFile("b.gz", "old and longer than the new");
         fs::permissions("b.gz", fs::perms(0666));
+        hurry = std::strstr(script, "sleep 1000") != nullptr ? 100 : 1;
         const uid_t user = geteuid();
         EXPECT_TRUE(user != 0 || seteuid(65534) == 0);
         EXPECT_EQ(ReportOf([&, name = destination] {
@@ -104,6 +120,7 @@ TEST_F(Compression, TakesWhatTheProgramDoesAndFailsWhereItCannotRunOrWrite) {
         EXPECT_EQ(fs::is_regular_file(result), content != nullptr) << result << script;
         EXPECT_TRUE(content == nullptr || ReadFile(result) == content) << script;
     }
+    EXPECT_TRUE(longestWait == 30000 && fs::exists("/dev/full"));
 }
 
 // The caller ignores the end of children, blocks a signal, leaves a descriptor open to children and
@@ -128,28 +145,21 @@ TEST_F(Compression, GivesTheProgramAPlainEnvironment) {
     pthread_sigmask(SIG_UNBLOCK, &blocked, nullptr);
     close(inherited);
     // The last descriptor is the one by which the list is read.
-    const std::string seen = ReadFile("b.gz");
-    EXPECT_TRUE(
-        std::regex_match(seen, std::regex("/dev/null\n/dev/null\n0\n1\n2\n3\nSigBlk:\t0+\n"
-                                          "SigIgn:\t[0-9a-f]{11}[02468ace]{2}[0-9a-f]{3}\n")))
+    EXPECT_TRUE(std::regex_match(ReadFile("b.gz"),
+                                 std::regex("/dev/null\n/dev/null\n0\n1\n2\n3\nSigBlk:\t0+\n"
+                                            "SigIgn:\t[0-9a-f]{11}[02468ace]{2}[0-9a-f]{3}\n")))
         << ReadFile("b.gz");
 }
 
 TEST_F(Compression, HoldsTheResultAgainstOthersAndLeavesOtherChildrenAlone) {
     Install("echo started; while [ ! -e go ]; do sleep 0.01; done; echo done");
-    const pid_t ended = fork();
-    if (ended == 0)
-        _exit(3);
+    const pid_t ended = StartProcess([] { return 3; });
     std::thread first([] { EXPECT_STREQ(ZIP("a", "b", true), ".gz"); });
     EXPECT_TRUE(Eventually([] { return ReadFile("b.gz") == "started\n"; }));
     EXPECT_EQ(ReportOf([] { EXPECT_STREQ(ZIP("a", "b", true), ""); }), REPORT);
-    const pid_t other = fork();
-    if (other == 0)
-        _exit(*ZIP("a", "b", true) == '\0' ? 3 : 4);
-    for (const pid_t child : {ended, other}) {
-        int status = 0;
-        EXPECT_TRUE(waitpid(child, &status, 0) == child && WEXITSTATUS(status) == 3);
-    }
+    // At once, as not all threads of the program are in the child.
+    EXPECT_EQ(EndOf(StartProcess([]() -> int { _exit(*ZIP("a", "b", true) == '\0' ? 3 : 4); })), 3);
+    EXPECT_EQ(EndOf(ended), 3);
     WriteFile("go", "");
     first.join();
     EXPECT_EQ(ReadFile("b.gz"), "started\ndone\n");

@@ -1,7 +1,6 @@
 #include <sys/stat.h>
 
 #include "tests/support/compression.h"
-#include "tests/support/report_of.h"
 #include "utilities/services/utilityfunctions.h"
 
 namespace {

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "tests/support/report_of.h"
 #include "tests/support/scratch.h"
 
 namespace fs = std::filesystem;
@@ -11,12 +12,10 @@ namespace fs = std::filesystem;
 /// Works in a directory of the test's own. In the end there must be no child, and as many open
 /// descriptors as before.
 struct ScratchFolder : testing::Test {
-    ScratchFolder() { fs::current_path(folder); }
     ~ScratchFolder() override {
         EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
         EXPECT_EQ(OpenDescriptors(), descriptors);
         setenv("PATH", path.c_str(), 1);
-        fs::current_path(before);
     }
     /// Makes `gzip` a shell script, ahead of the real one.
     void Install(const std::string& script) const {
@@ -27,13 +26,12 @@ struct ScratchFolder : testing::Test {
 
     const std::ptrdiff_t descriptors = OpenDescriptors();
     const std::string path = getenv("PATH");
-    const fs::path before = fs::current_path();
-    const ScratchDirectory scratch;
-    const std::string folder = scratch / "";
+    const ScratchWorkingDirectory scratch;
+    const std::string folder = fs::current_path();
 };
 
-inline const std::string REPORT = "ASSERT((retval) in: .\\utilityfunctions  line #\n";
+inline const std::string REPORT = Asserted("utilityfunctions", {"(retval)"});
 inline const std::string MISSING =
-    "ASSERT((IsFileExisting(pszDestPathWithExt)) in: .\\utilityfunctions  line #\n";
+    Asserted("utilityfunctions", {"(IsFileExisting(pszDestPathWithExt))"});
 
 #endif

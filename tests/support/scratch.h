@@ -3,9 +3,11 @@
 #define TESTS_SUPPORT_SCRATCH_H
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -62,8 +64,15 @@ template <class Work>
 pid_t StartProcess(Work work) {
     const pid_t child = fork();
     if (child == 0)
-        _exit(work());
+        std::exit(work());
     return child;
+}
+
+/// From now on no file of this process can grow beyond `size`.
+inline void LimitFiles(rlim_t size) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{size, size};
+    setrlimit(RLIMIT_FSIZE, &limit);
 }
 
 /// The process's exit status, or minus the signal that ended it.

@@ -14,6 +14,31 @@ constexpr char ASSERT_MODULE[] = ".\\utilityfunctions";
 constexpr char EXTENSION[] = ".gz";
 constexpr std::uint32_t LIMIT_MILLISECONDS = 30000;
 
+/// The file that a program writes. Unless it is kept, it goes with the object.
+class OutputFile {
+public:
+    explicit OutputFile(const char* pathOfFile)
+        : path(pathOfFile), descriptor(platform::CreateOutputFile(pathOfFile)) {}
+    ~OutputFile() {
+        if (descriptor == -1)
+            return;
+        // While it is still held: a moment later it could be what another call is writing.
+        if (!isKept)
+            platform::DeleteFileA(path);
+        platform::_close(descriptor);
+    }
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    int Get() const { return descriptor; }
+    void Keep() { isKept = true; }
+
+private:
+    const char* const path;
+    const int descriptor;
+    bool isKept = false;
+};
+
 /// Runs the command with its standard output in the open file. False where it can't be started or
 /// doesn't end in time.
 bool RunWithOutput(char* commandLine, int output) {
@@ -29,15 +54,11 @@ bool RunWithOutput(char* commandLine, int output) {
 }
 
 bool runToFile(char* commandLine, const char* outputFile) {
-    const int output = platform::CreateOutputFile(outputFile);
-    if (output == -1)
+    OutputFile output(outputFile);
+    if (output.Get() == -1 || !RunWithOutput(commandLine, output.Get()))
         return false;
-    const bool retval = RunWithOutput(commandLine, output);
-    // While it is still held: a moment later it could be what another call is writing.
-    if (!retval)
-        platform::DeleteFileA(outputFile);
-    platform::_close(output);
-    return retval;
+    output.Keep();
+    return true;
 }
 
 /// True also for two names of one file.

@@ -10,10 +10,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <climits>
 #include <cstring>
 #include <vector>
+
+#include "utilities/platform/clock.h"
 
 namespace platform {
 
@@ -114,12 +115,11 @@ bool CreateProcessA(char* commandLine, int output, Process& process) {
 std::uint32_t WaitForSingleObject(const Process& process, std::uint32_t milliseconds) {
     if (process.descriptor < 0)
         return WAIT_OBJECT_0;
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
+    const std::uint32_t start = GetTickCount();
     pollfd child{process.descriptor, POLLIN, 0};
     for (;;) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
-        const int count = poll(&child, 1, static_cast<int>(std::clamp<long>(left, 0, INT_MAX)));
+        const std::uint32_t left = milliseconds - std::min(GetTickCount() - start, milliseconds);
+        const int count = poll(&child, 1, static_cast<int>(std::min<std::uint32_t>(left, INT_MAX)));
         if (count >= 0)
             return count == 0                 ? WAIT_TIMEOUT
                    : (child.revents & POLLIN) ? WAIT_OBJECT_0

@@ -27,7 +27,7 @@ constexpr std::uint32_t CLOSE_MILLISECONDS = 2000;
 
 /// An open device, closed with the object.
 struct Port {
-    explicit Port(int openDevice) : descriptor(openDevice) {}
+    Port() = default;
     Port(const Port&) = delete;
     Port& operator=(const Port&) = delete;
     ~Port() {
@@ -37,7 +37,7 @@ struct Port {
             close(descriptor);
     }
 
-    const int descriptor;
+    int descriptor = -1;
     bool isExclusive = false;
     std::uintptr_t number = 0;  ///< Its handle. No number is used twice.
     DCB state;                  ///< As it was set last.
@@ -48,6 +48,7 @@ using PortReference = std::shared_ptr<Port>;
 
 constinit Lock portsLock;
 constinit std::vector<PortReference> ports;
+constinit Port noPort;  ///< Never changed.
 constinit std::uintptr_t lastNumber = 0;
 
 auto PlaceOf(Handle handle) {
@@ -56,14 +57,11 @@ auto PlaceOf(Handle handle) {
                         [number](const PortReference& port) { return port->number == number; });
 }
 
-/// For a handle that isn't open a port without a device, on which every call of the system fails.
+/// For a handle that isn't open the port without a device, on which every call of the system fails.
 PortReference Find(Handle handle) {
-    {
-        const Guard guard(portsLock);
-        if (const auto place = PlaceOf(handle); place != ports.end())
-            return *place;
-    }
-    return std::make_shared<Port>(-1);
+    const Guard guard(portsLock);
+    const auto place = PlaceOf(handle);
+    return place != ports.end() ? *place : PortReference(PortReference(), &noPort);
 }
 
 PortReference Remove(Handle handle) {
@@ -91,7 +89,7 @@ std::uint32_t QueueLength(const Port& port, unsigned long queue) {
     return ioctl(port.descriptor, queue, &length) == 0 ? static_cast<std::uint32_t>(length) : 0;
 }
 
-void LetOutput(const Port& port) {
+void DrainOutput(const Port& port) {
     const std::uint32_t start = GetTickCount();
     while (QueueLength(port, TIOCOUTQ) != 0 && GetTickCount() - start < CLOSE_MILLISECONDS)
         Sleep(1);
@@ -143,8 +141,9 @@ std::uint64_t Limit(std::uint32_t constant, std::uint32_t multiplier, std::uint3
 Handle CreateFileA(const char* name) {
     const HoldOff untilListed;
     const std::string path = PathOf(name);
-    const auto port = std::make_shared<Port>(Uninterrupted(
-        [&] { return open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC); }));
+    const auto port = std::make_shared<Port>();
+    port->descriptor = Uninterrupted(
+        [&] { return open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC); });
     if (port->descriptor < 0 || !IsTaken(*port))
         return nullptr;
     const Guard guard(portsLock);
@@ -157,7 +156,7 @@ bool CloseHandle(Handle port) {
     const PortReference removed = Remove(port);
     if (removed == nullptr)
         return false;
-    LetOutput(*removed);
+    DrainOutput(*removed);
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <utility>
 #include <vector>
 
 #include "utilities/platform/linux/futex.h"
@@ -34,10 +35,11 @@ std::string UsualPathOf(const std::string& name) {
 }  // namespace
 
 void SetDevice(const char* name, const char* path) {
+    Device named{name, path != nullptr ? path : ""};
     const Guard guard(devicesLock);
     std::erase_if(devices, [&](const Device& device) { return device.name == name; });
     if (path != nullptr)
-        devices.push_back({name, path});
+        devices.push_back(std::move(named));
 }
 
 std::string PathOf(const std::string& name) {
