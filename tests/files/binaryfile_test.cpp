@@ -239,36 +239,6 @@ TEST_F(BinaryFileTest, GivesUpTenSecondsAfterAnothersLock) {
     EXPECT_EQ(std::exchange(frozenTime, -1), start);
 }
 
-TEST_F(BinaryFileTest, LosesNoUpdateOfASharedRecord) {
-    WriteFile(path, std::string(HEADER + RECORD, '\0'));
-    const std::vector<pid_t> children = StartWriters(BinaryFile::BF_UPDATE, [](BinaryFile& file) {
-        if (file.readFile(1) != RECORD)
-            return 0;
-        for (unsigned char* digit = file.getRecordBuffer(); ++*digit == 0; ++digit) {
-        }
-        return file.writeFile(1);
-    });
-    // One more is killed again and again, mostly while it holds the lock.
-    for (int i = 0; i < 20; ++i) {
-        const pid_t victim = StartProcess([&] {
-            BinaryFile file(RECORD, 0);
-            Open(file, BinaryFile::BF_UPDATE);
-            while (file.readFile(1) == RECORD) {
-            }
-            return 1;
-        });
-        while (Locked().empty()) {
-        }
-        kill(victim, SIGKILL);
-        EXPECT_EQ(EndOf(victim), -SIGKILL);
-    }
-    for (const pid_t child : children)
-        EXPECT_EQ(EndOf(child), 0);
-    const std::string record = ReadFile(path).substr(HEADER);
-    EXPECT_EQ(record, std::string({char(PROCESSES * CYCLES & 255), PROCESSES * CYCLES >> 8, 0, 0}));
-    EXPECT_EQ(Locked(), "");
-}
-
 TEST_F(BinaryFileTest, KeepsEachAppendedRecordWhole) {
     for (const int mode : {BinaryFile::BF_APPEND, BinaryFile::BF_EXTEND}) {
         WriteFile(path, "hdr");
