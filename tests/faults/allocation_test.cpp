@@ -17,6 +17,7 @@ constexpr int NEVER = -1;
 // Of this thread only: what another one does meanwhile is its own matter.
 thread_local int allocationsUntilFailure = NEVER;
 thread_local long liveAllocations = 0;
+thread_local bool answersNull = false;
 
 // Out of line, or the compiler sees malloc and free meet new and delete and warns.
 [[gnu::noinline]] void* Allocate(std::size_t size) noexcept {
@@ -74,7 +75,7 @@ const char LONG_TEXT[] = "a text that has no room in the object itself, whatever
 
 void* operator new(std::size_t size) {
     void* const block = Allocate(size);
-    if (block == nullptr)
+    if (block == nullptr && !answersNull)
         throw std::bad_alloc();
     return block;
 }
@@ -122,6 +123,36 @@ TEST(FailingAllocation, LeavesValuesSound) {
     });
 }
 
+// A replaced operator new may answer null where it should throw.
+TEST(FailingAllocation, ThatAnswersNullLeavesAValueThatCanBeUsedAgain) {
+    const MultiType text("text"), wide(u"text"), block(3, "raw", 7);
+    const long before = liveAllocations;
+    static const String narrow;
+    static const WString units;
+    for (const auto& make : {+[](const MultiType&) { return MultiType("text"); },
+                             +[](const MultiType&) { return MultiType(u"text"); },
+                             +[](const MultiType&) { return MultiType(narrow); },
+                             +[](const MultiType&) { return MultiType(units); },
+                             +[](const MultiType& held) { return MultiType(held); },
+                             +[](const MultiType& held) {
+                                 MultiType value;
+                                 value = held;
+                                 return value;
+                             }}) {
+        for (const MultiType* held : {&text, &wide, &block}) {
+            answersNull = true;
+            allocationsUntilFailure = 0;
+            MultiType value = make(*held);
+            allocationsUntilFailure = NEVER;
+            answersNull = false;
+            EXPECT_TRUE(value.Type() != MultiType::TYPE_RAW);
+            value = 5;
+            EXPECT_EQ(value.GetAs<int>(), 5);
+        }
+    }
+    EXPECT_EQ(liveAllocations, before);
+}
+
 TEST(FailingAllocation, LeavesThreadsAndLocksSound) {
     const auto thread = [] {
         return std::make_unique<SystemThread>("a name that is longer than its object", nullptr);
@@ -129,6 +160,11 @@ TEST(FailingAllocation, LeavesThreadsAndLocksSound) {
     Survives("a thread's name", thread, [](SystemThread& one) {
         one.setThreadName(one.getThreadName() + LONG_TEXT);
         EXPECT_EQ(one.getThreadName().substr(0, 6), "a name");
+    });
+    Survives("a thread", thread, [](SystemThread& one) {
+        if (!one.Create(false, 0))
+            throw std::bad_alloc();
+        EXPECT_TRUE(one.WaitForThreadExit(0xFFFFFFFF));
     });
     Survives(
         "a listing", [] { return std::make_unique<MutexLock>(LONG_TEXT); },
@@ -174,6 +210,10 @@ TEST(FailingAllocation, LeavesFilesCachesAndTimesSound) {
         stream.clear();
         stream << BqGMTime(1'000'000'000'000) << " and a rest that makes the text a long one";
         EXPECT_NE(stream.str().find(":46:40 "), std::string::npos);
+    });
+    Survives("a mapped file", nothing, [&](int&) {
+        if (MappedFile((scratch / "file").c_str(), 0, 1).getAddr() == nullptr)
+            throw std::bad_alloc();
     });
     Survives("the state of a file", nothing,
              [&](int&) { EXPECT_TRUE(IsFileExisting((scratch / "file").c_str(), nullptr)); });

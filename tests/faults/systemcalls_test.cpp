@@ -104,6 +104,11 @@ extern "C" long syscall(long number, ...) noexcept {
     return real(number, words[0], words[1], words[2], words[3], words[4], words[5]);
 }
 using FileActions = posix_spawn_file_actions_t;
+extern "C" int close(int file) {
+    static const auto real = Real<int(int)>("close");
+    const int result = real(file);
+    return Fails("close", false) ? -1 : result;
+}
 CALL(int, fstat, (int file, struct stat* status), (file, status), noexcept, false, -1)
 CALL(int, stat, (const char* path, struct stat* status), (path, status), noexcept, false, -1)
 CALL(int, lstat, (const char* path, struct stat* status), (path, status), noexcept, false, -1)
@@ -144,7 +149,6 @@ namespace {
 /// `act` tells whether all went well; what it finds undocumented it reports itself.
 void FailEachCall(const char* what, bool (*act)()) {
     for (const int error : {EIO, EINTR, ENOSPC}) {
-        ASSERT_TRUE(act()) << what << " without a failure";
         const std::ptrdiff_t descriptors = OpenDescriptors();
         for (int call = 0;; ++call) {
             failedCall = nullptr;

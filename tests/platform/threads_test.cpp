@@ -259,6 +259,18 @@ TEST(Threads, PrioritiesAreNiceValues) {
     for (const int invalid : {-16, -3, 3, 14, 16})
         EXPECT_FALSE(SetThreadPriority(thread.handle, invalid)) << invalid;
     EXPECT_TRUE(TerminateThread(thread.handle, 0));
+    EXPECT_FALSE(SetThreadPriority(thread.handle, 0)) << "it has ended";
+    // Who has a low one doesn't hand it on.
+    Started creator(
+        [](void* self) {
+            SetThreadPriority(static_cast<Started*>(self)->handle, -1);
+            Started created([](void*) { return 0u; });
+            EXPECT_EQ(GetThreadPriority(created.handle), 0);
+            return created.Ends(INFINITE) ? 0u : 1u;
+        },
+        &creator, CREATE_SUSPENDED);
+    ResumeThread(creator.handle);
+    EXPECT_TRUE(creator.Ends(INFINITE));
 }
 
 }  // namespace

@@ -22,11 +22,9 @@ constexpr char RULES[] =
     "<-02>2<-01>,M3.5.0/-1,M10.5.0/0 EET-2EEST,59,J60/167:59:59 HOM-14:15:16 "
     "abc-10:30def-11,M12.1.6/0,M1.5.0";
 
-/// The names of all zones of the database, and other texts that stand for a zone.
+/// The names of all zones of the database.
 std::vector<std::string> Zones() {
-    std::istringstream rules(RULES);
-    std::vector<std::string> zones{std::istream_iterator<std::string>(rules), {}};
-    zones.push_back("");
+    std::vector<std::string> zones;
     std::ifstream database("/usr/share/zoneinfo/tzdata.zi");
     for (std::string line; std::getline(database, line);) {
         if (line.starts_with("Z "))
@@ -92,9 +90,7 @@ std::vector<std::int32_t> Samples() {
     return samples;
 }
 
-TEST(Zones, AllDatesAndInstantsAreRightInEachZone) {
-    const auto zones = Zones();
-    ASSERT_GT(zones.size(), 300u);
+void CheckZones(const std::vector<std::string>& zones) {
     for (const std::string& name : zones) {
         SCOPED_TRACE(name);
         const ScopedZone zone(name.c_str());
@@ -109,6 +105,19 @@ TEST(Zones, AllDatesAndInstantsAreRightInEachZone) {
         for (const std::int32_t seconds : Samples())
             ASSERT_EQ(FaultAt(seconds), "") << seconds;
     }
+}
+
+TEST(Zones, AllDatesAndInstantsAreRightByOtherTextsForAZone) {
+    std::istringstream rules(RULES);
+    std::vector<std::string> zones{std::istream_iterator<std::string>(rules), {}};
+    zones.push_back("");
+    CheckZones(zones);
+}
+
+TEST(Zones, AllDatesAndInstantsAreRightInEachZone) {
+    const auto zones = Zones();
+    ASSERT_GT(zones.size(), 300u);
+    CheckZones(zones);
 }
 
 }  // namespace

@@ -1,0 +1,50 @@
+#include "utilities/platform/serial.h"
+
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace platform::serial;
+
+TEST(SerialLine, RefusesWhatThisSystemDoesNotOffer) {
+    int terminal = -1, device = -1;
+    char path[64];
+    ASSERT_EQ(openpty(&terminal, &device, path, nullptr, nullptr), 0);
+    SetDevice("\\\\.\\COM1", path);
+    const auto port = CreateFileA("\\\\.\\COM1");
+    ASSERT_NE(port, nullptr);
+    DCB good;
+    ASSERT_TRUE(GetCommState(port, &good) && SetCommState(port, &good));
+    void (*const CHANGES[])(DCB&) = {
+        [](DCB& s) { s.fBinary = false; },      [](DCB& s) { s.fParity = true; },
+        [](DCB& s) { s.fOutxDsrFlow = true; },  [](DCB& s) { s.fDsrSensitivity = true; },
+        [](DCB& s) { s.fOutX = true; },         [](DCB& s) { s.fInX = true; },
+        [](DCB& s) { s.fErrorChar = true; },    [](DCB& s) { s.fNull = true; },
+        [](DCB& s) { s.fAbortOnError = true; }, [](DCB& s) { s.fDtrControl = 2; },
+        [](DCB& s) { s.fRtsControl = 3; },      [](DCB& s) { s.fOutxCtsFlow = true; },
+        [](DCB& s) { s.ByteSize = 4; },         [](DCB& s) { s.ByteSize = 9; },
+        [](DCB& s) { s.Parity = 5; },           [](DCB& s) { s.StopBits = 1; }};
+    for (std::size_t i = 0; i < std::size(CHANGES); ++i) {
+        DCB bad = good, found;
+        CHANGES[i](bad);
+        EXPECT_FALSE(SetCommState(port, &bad)) << i;
+        EXPECT_TRUE(GetCommState(port, &found) && found.ByteSize == good.ByteSize) << i;
+    }
+    const COMMTIMEOUTS NO_GAPS{0xFFFFFFFF, 0, 0, 0, 0}, gaps{};
+    EXPECT_TRUE(SetCommMask(port, 0) && SetupComm(port, 1, 1) && SetCommTimeouts(port, &NO_GAPS));
+    EXPECT_FALSE(SetCommMask(port, 1) || SetCommTimeouts(port, &gaps));
+    EXPECT_FALSE(EscapeCommFunction(port, SETRTS - 1) || EscapeCommFunction(port, CLRDTR + 1));
+    EXPECT_TRUE(CloseHandle(port));
+    EXPECT_FALSE(SetCommMask(port, 0) || SetupComm(port, 1, 1) || CloseHandle(port) ||
+                 SetCommTimeouts(port, &NO_GAPS) || PurgeComm(port, PURGE_RXCLEAR) ||
+                 PurgeComm(port, PURGE_TXCLEAR));
+    SetDevice("\\\\.\\COM1", nullptr);
+    for (const char* name : {"COM1", "\\\\.\\COM", "\\\\.\\COM0", "\\\\.\\COM1x", ""})
+        EXPECT_EQ(CreateFileA(name), nullptr) << name;
+    close(device);
+    close(terminal);
+}
+
+}  // namespace
