@@ -37,7 +37,8 @@ bool Fails(const char* name, bool canBeInterrupted) {
     if (callsUntilFailure == NEVER || (injectedError == EINTR && !canBeInterrupted) ||
         callsUntilFailure-- != 0)
         return false;
-    callsUntilFailure = NEVER;
+    // A full disk is full for the next call, too.
+    callsUntilFailure = injectedError == ENOSPC && failedCall == nullptr ? 0 : NEVER;
     failedCall = name;
     errno = injectedError;
     return true;
@@ -67,16 +68,15 @@ Function* Real(const char* name) {
     }
 
 // With ENOSPC half is written before the next one fails.
-#define CALL_OF_WRITE(name, parameters, arguments)                \
-    extern "C" ssize_t name parameters {                          \
-        static const auto real = Real<ssize_t parameters>(#name); \
-        if (!Fails(#name, true))                                  \
-            return real arguments;                                \
-        if (injectedError != ENOSPC || size < 2)                  \
-            return -1;                                            \
-        callsUntilFailure = 0;                                    \
-        size /= 2;                                                \
-        return real arguments;                                    \
+#define CALL_OF_WRITE(name, parameters, arguments)                         \
+    extern "C" ssize_t name parameters {                                   \
+        static const auto real = Real<ssize_t parameters>(#name);          \
+        if (!Fails(#name, true))                                           \
+            return real arguments;                                         \
+        if (injectedError != ENOSPC || callsUntilFailure != 0 || size < 2) \
+            return -1;                                                     \
+        size /= 2;                                                         \
+        return real arguments;                                             \
     }
 CALL_OF_WRITE(write, (int file, const void* bytes, size_t size), (file, bytes, size))
 CALL_OF_WRITE(pwrite, (int file, const void* bytes, size_t size, off_t offset),
@@ -148,7 +148,7 @@ namespace {
 
 /// `act` tells whether all went well; what it finds undocumented it reports itself.
 void FailEachCall(const char* what, bool (*act)()) {
-    for (const int error : {EIO, EINTR, ENOSPC}) {
+    for (const int error : {EIO, EINTR, ENOSPC, EACCES}) {
         const std::ptrdiff_t descriptors = OpenDescriptors();
         for (int call = 0;; ++call) {
             failedCall = nullptr;

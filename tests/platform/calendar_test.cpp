@@ -119,6 +119,33 @@ TEST(ZoneFile, DamagedBytesAreRefusedOrReadWithoutHarm) {
     }
 }
 
+/// A zone file of the first version: a step between two clocks at each of the instants.
+std::string FileOf(const std::vector<std::int32_t>& instants) {
+    std::string times, types;
+    for (std::size_t i = 0; i < instants.size(); ++i) {
+        for (int shift = 24; shift >= 0; shift -= 8)
+            times += static_cast<char>(instants[i] >> shift);
+        types += static_cast<char>(i % 2);
+    }
+    const auto count = static_cast<char>(instants.size());
+    const std::string start = std::string("TZif") + std::string(16, '\0') + std::string(8, '\0');
+    const char counts[] = {0, 0, 0, 0, 0, 0, static_cast<char>(instants.size() >> 8), count, 0, 0,
+                           0, 2, 0, 0, 0, 4};
+    return start + std::string(counts, 16) + times + types + std::string(6, '\0') +
+           std::string("\0\0\x0E\x10\1\0", 6) + std::string("ABC\0", 4);
+}
+
+TEST(ZoneFile, StepsBackwardsAreRefusedAndThoseBeyondAZonesRoomLeftOut) {
+    static platform::Zone zone;
+    std::vector<std::int32_t> many;
+    for (std::int32_t i = 0; i < 2000; ++i)
+        many.push_back(i * 1000);
+    EXPECT_FALSE(platform::ReadZone(FileOf({1000, 3000, 2000}), zone));
+    ASSERT_TRUE(platform::ReadZone(FileOf(many), zone));
+    EXPECT_GT(zone.Count(), 500u);
+    EXPECT_LT(zone.Count(), 2000u);
+}
+
 // Last of all, as none comes back.
 TEST(ZoneNames, RunOutWithoutHarm) {
     for (int i = 1000; i < 2000; ++i)

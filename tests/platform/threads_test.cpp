@@ -77,11 +77,26 @@ struct Started {
 };
 
 TEST(Threads, AForkedChildHasAnIdOfItsOwnAndWhatItsParentHeld) {
-    mutex = CreateMutexA();
+    mutex = CreateMutexA(), owned = CreateMutexA();
     WaitForSingleObject(mutex, 0);
-    EXPECT_EXIT(
-        std::exit(GetCurrentThreadId() == unsigned(getpid()) && ReleaseMutex(mutex) ? 0 : 1),
-        testing::ExitedWithCode(0), "");
+    Started holder([](void*) {
+        WaitForSingleObject(owned, INFINITE);
+        return Read(nullptr);
+    });
+    EXPECT_TRUE(FallsAsleep(holder.id));
+    constexpr auto check = [](void* held) -> unsigned int {
+        const pid_t child = StartProcess([=] {
+            return GetCurrentThreadId() == unsigned(getpid()) &&
+                   (held == nullptr || ReleaseMutex(held)) &&
+                   WaitForSingleObject(owned, 0) == WAIT_ABANDONED;
+        });
+        EXPECT_EQ(EndOf(child), 1);
+        return 0;
+    };
+    check(mutex);
+    EXPECT_TRUE(Started(check).Ends(INFINITE));
+    EXPECT_EQ(write(ends[1], "x", 1), 1);
+    EXPECT_TRUE(holder.Ends(INFINITE));
     EXPECT_TRUE(ReleaseMutex(mutex) && CloseHandle(mutex));
     EXPECT_EQ(_beginthreadex(nullptr, nullptr, 0, nullptr), nullptr);
 }

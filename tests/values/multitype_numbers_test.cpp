@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cfloat>
+#include <clocale>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -111,6 +112,8 @@ TEST(Numbers, TextsReadTheNumberAtTheirStart) {
     EXPECT_EQ(MultiType(u"-1,5e2").GetAs<float>(), -150.0f);
     EXPECT_EQ(MultiType(0.1).GetAs<String>(), "0,1");
     EXPECT_EQ(MultiType(1.5e300).GetAs<WString>(), u"1,5e+300");
+    ASSERT_NE(std::setlocale(LC_ALL, PashtoUtf8()), nullptr);
+    EXPECT_EQ(MultiType(0.5).GetAs<WString>(), u"0\u066B5");
 }
 
 TEST(Numbers, OnlyTheEmptyTextAndTheWholeTextZeroAreFalse) {
