@@ -9,6 +9,7 @@
 #include "directory.h"
 #include "messages.h"
 #include "store.h"
+#include "storefile.h"
 
 namespace {
 
@@ -60,7 +61,7 @@ ExitStatus Restore(const CommandLine& line) {
     RefuseToOverwrite(store, line);
     if (!IsFileExisting(archive.c_str(), nullptr))
         throw std::runtime_error(Escaped(archive) + ": " + ReasonOf(ENOENT));
-    const String draft = store + ".new" + MultiType(create_unique_id()).GetAs<String>();
+    const String draft = DraftOf(store);
     try {
         if (!UNZIP(source.c_str(), draft.c_str(), true))
             throw std::runtime_error(Escaped(archive) + ": can't be decompressed");

@@ -53,7 +53,7 @@ void CheckHeader(const std::string& header, unsigned __int64 fileSize) {
 
 /// In a file of its own, which then gets its name unless there is one of that name.
 void MakeStore(const String& path) {
-    const String draft = path + ".new" + MultiType(create_unique_id()).GetAs<String>();
+    const String draft = DraftOf(path);
     BinaryFile file(HEADER_SIZE, HEADER_SIZE);
     if (file.openFile(draft, BinaryFile::BF_CREATE, BinaryFile::BF_DENYRW, HEADER_SIZE) != 0)
         throw StoreError(ReasonOf(errno));
@@ -68,6 +68,12 @@ void MakeStore(const String& path) {
 }
 
 }  // namespace
+
+String DraftOf(const String& path) {
+    String ending;
+    ending.Format(".new%d-%I64d", static_cast<int>(getpid()), create_unique_id());
+    return path + ending;
+}
 
 void CheckResult(int result, unsigned int expected) {
     if (result == static_cast<int>(expected))

@@ -12,6 +12,10 @@ class StoreError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// A name beside `path` for what is to take its place. An identifier alone would not do: two
+/// processes can receive the same at the same moment.
+String DraftOf(const String& path);
+
 /// Throws unless `result`, of an operation on a `BinaryFile`, is `expected`.
 void CheckResult(int result, unsigned int expected);
 

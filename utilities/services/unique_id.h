@@ -9,7 +9,8 @@
 /// age in milliseconds, modulo 1000. So up to 4096 identifiers of one millisecond differ.
 ///
 /// The first call seeds the C library's `rand`. Threads that call this at the same moment may
-/// receive the same counter: they take turns, or live with equal identifiers.
+/// receive the same counter: they take turns, or live with equal identifiers. Two processes that
+/// started at the same moment may receive the same too.
 UTILITIES_EXPORT long long create_unique_id();
 
 #endif
