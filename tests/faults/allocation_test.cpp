@@ -168,6 +168,15 @@ TEST(FailingAllocation, LeavesThreadsAndLocksSound) {
         one.setThreadName(one.getThreadName() + LONG_TEXT);
         EXPECT_EQ(one.getThreadName().substr(0, 6), "a name");
     });
+    for (int allocation = 0; allocation < 5; ++allocation) {
+        SystemThread one("thread", nullptr);
+        allocationsUntilFailure = allocation;
+        const bool isCreated = one.Create(true, 0);
+        allocationsUntilFailure = NEVER;
+        EXPECT_EQ(one.getHandle() != nullptr, isCreated) << allocation;
+        EXPECT_TRUE(isCreated || one.Create(true, 0));
+        EXPECT_TRUE(one.Terminate(0));
+    }
     Survives(
         "a listing", [] { return std::make_unique<MutexLock>(LONG_TEXT); },
         [](MutexLock&) {

@@ -1,6 +1,8 @@
 #include "utilities/platform/calendar.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <climits>
 #include <cstdlib>
@@ -11,6 +13,16 @@
 #include <vector>
 
 #include "utilities/platform/linux/zonefile.h"
+
+/// The last change of the file that was asked for, in its place, where it isn't 0.
+static std::time_t otherChange = 0;
+
+extern "C" int stat(const char* path, struct stat* status) noexcept {
+    const int result = fstatat(AT_FDCWD, path, status, 0);
+    if (otherChange != 0)
+        status->st_mtim.tv_sec = otherChange;
+    return result;
+}
 
 namespace {
 
@@ -23,11 +35,31 @@ void SetZone(const char* name) {
 
 TEST(Calendar, WhatIsNoRuleIsUTC) {
     const std::string tooLong(PATH_MAX, 'A');
-    for (const char* name :
-         {"XY5", "No/Such", "../../../etc/passwd", "/dev/zero", "CET-1CEST,M3.5.0",
-          "CET-1CEST,M13.5.0,M10.5.0", "CET-1CEST,M3.6.0,M10.5.0", "CET-1CEST,M3.5.7,M10.5.0",
-          "CET-1CEST,J0,J5", "CET-1CEST,J366,J5", "CET-1CEST,366,5", "CET-1CEST,M3.5.0,M10.5.0,",
-          "CET-25", "CET-1:60", "<CET-1", "CET-1CEST,M3.5.0/168,J5", tooLong.c_str()}) {
+    for (const char* name : {"XY5",
+                             "No/Such",
+                             "../../../etc/passwd",
+                             "/dev/zero",
+                             "CET-1CEST,M3.5.0",
+                             "CET-1CEST,M13.5.0,M10.5.0",
+                             "CET-1CEST,M3.6.0,M10.5.0",
+                             "CET-1CEST,M3.5.7,M10.5.0",
+                             "CET-1CEST,J0,J5",
+                             "CET-1CEST,J366,J5",
+                             "CET-1CEST,366,5",
+                             "CET-1CEST,M3.5.0,M10.5.0,",
+                             "CET-25",
+                             "CET-1:60",
+                             "CET-1:30:61",
+                             "CETx",
+                             "[AB-1",
+                             "CE~1",
+                             "`BC1",
+                             "CET-99999",
+                             "CET-1CEST,M3.5.0/1:60,M10.5.0",
+                             "CET-1CEST,M3.5.0/1:30:60,M10.5.0",
+                             "<CET-1",
+                             "CET-1CEST,M3.5.0/168,J5",
+                             tooLong.c_str()}) {
         SetZone(name);
         EXPECT_STREQ(platform::localtime(&SUMMER)->tm_zone, "UTC") << name;
     }
@@ -47,6 +79,8 @@ TEST(Calendar, NegativeSecondsAndWhat32BitsCannotHoldFail) {
                  {51, 45, 21, 13, 11, 1, -1},
                  {MOST, 0, 1, 1, 0, 70, MOST},
                  {MOST, 1, 1, 1, 0, 70, -1},
+                 {0, 0, 0, 1, 2, 200, -1},
+                 {0, 0, 0, 1, 2, 0, -1},
                  {-5, -60, 0, -366, 13, 70, 29 * 86'400 - 7205},
                  {0, LEAST, 0, 0, LEAST, LEAST, -1}};
     for (const auto& [second, minute, hour, day, month, year, seconds] : CASES) {
@@ -94,6 +128,27 @@ TEST(Calendar, TheZoneChangesWhenItIsReadAnewOnly) {
     platform::_tzset();
     const std::time_t summer = SUMMER;
     EXPECT_EQ(platform::localtime(&SUMMER)->tm_gmtoff, std::localtime(&summer)->tm_gmtoff);
+}
+
+TEST(Calendar, TheSystemsZoneIsReadAnewWhenItsFileHasChanged) {
+    unsetenv("TZ");
+    for (const std::time_t change : {0, 1, 1, 2}) {
+        otherChange = change;
+        platform::_tzset();
+        const std::time_t summer = SUMMER;
+        EXPECT_EQ(platform::localtime(&SUMMER)->tm_gmtoff, std::localtime(&summer)->tm_gmtoff);
+    }
+    otherChange = 0;
+}
+
+TEST(ZoneFile, IsLookedForInTheFolderThatIsNamed) {
+    setenv("TZDIR", "/usr/share/zoneinfo/Europe", 1);
+    SetZone("Berlin");
+    EXPECT_STREQ(platform::localtime(&SUMMER)->tm_zone, "CEST");
+    setenv("TZDIR", "", 1);
+    SetZone("Europe/Berlin");
+    EXPECT_STREQ(platform::localtime(&SUMMER)->tm_zone, "CEST");
+    unsetenv("TZDIR");
 }
 
 TEST(ZoneFile, DamagedBytesAreRefusedOrReadWithoutHarm) {

@@ -32,6 +32,9 @@ TEST(SerialLine, RefusesWhatThisSystemDoesNotOffer) {
         EXPECT_FALSE(SetCommState(port, &bad)) << i;
         EXPECT_TRUE(GetCommState(port, &found) && found.ByteSize == good.ByteSize) << i;
     }
+    DCB dropped = good;
+    dropped.fDtrControl = dropped.fRtsControl = 0;
+    EXPECT_TRUE(SetCommState(port, &dropped));
     const COMMTIMEOUTS NO_GAPS{0xFFFFFFFF, 0, 0, 0, 0}, gaps{};
     EXPECT_TRUE(SetCommMask(port, 0) && SetupComm(port, 1, 1) && SetCommTimeouts(port, &NO_GAPS));
     EXPECT_FALSE(SetCommMask(port, 1) || SetCommTimeouts(port, &gaps));

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -99,6 +100,19 @@ TEST(Threads, AForkedChildHasAnIdOfItsOwnAndWhatItsParentHeld) {
     EXPECT_TRUE(holder.Ends(INFINITE));
     EXPECT_TRUE(ReleaseMutex(mutex) && CloseHandle(mutex));
     EXPECT_EQ(_beginthreadex(nullptr, nullptr, 0, nullptr), nullptr);
+}
+
+TEST(Threads, DoNotStartWhereEachSignalIsInUse) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // In a process that hasn't claimed one yet.
+    EXPECT_EXIT(
+        {
+            for (int number = SIGRTMIN; number <= SIGRTMAX; ++number)
+                std::signal(number, [](int) {});
+            std::uint32_t id = 7;
+            const Handle thread = _beginthreadex(Step, nullptr, 0, &id);
+            std::exit(thread == nullptr && id == 7 ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(Threads, ASuspendedThreadStandsStillAndItsReadGoesOn) {

@@ -23,6 +23,7 @@ TEST_F(FileFunctions, TellWhatIsThereAndRemoveWhatIsNoDirectory) {
                  {"link/", S_IFDIR, 0},
                  {"broken", 0, 0},
                  {"device", S_IFCHR, 0},
+                 {"fifo", S_IFIFO, -1},
                  {"missing", 0, -1},
                  {"", 0, -1},
                  {"/", 0, -1},
@@ -31,6 +32,7 @@ TEST_F(FileFunctions, TellWhatIsThereAndRemoveWhatIsNoDirectory) {
         const auto populate = [] {
             WriteFile("file", "text");
             fs::create_directory("folder");
+            mkfifo("fifo", 0600);
             for (const auto& [link, target] :
                  {std::pair{"link", "folder"}, {"broken", "none"}, {"device", "/dev/null"}})
                 if (!fs::is_symlink(link))
