@@ -23,7 +23,7 @@ TEST_F(FileFunctions, TellWhatIsThereAndRemoveWhatIsNoDirectory) {
                  {"link/", S_IFDIR, 0},
                  {"broken", 0, 0},
                  {"device", S_IFCHR, 0},
-                 {"fifo", S_IFIFO, -1},
+                 {"fifo", S_IFIFO, 0},
                  {"missing", 0, -1},
                  {"", 0, -1},
                  {"/", 0, -1},
