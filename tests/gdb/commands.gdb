@@ -2,16 +2,13 @@ set width 0
 set print array on
 set startup-with-shell off
 set debuginfod enabled off
-break Shown
+break Show
 run
 up
 echo Shown:\n
 print narrow
 print wide
-print values
-print *(MultiType *)&noText
-print *(MultiType *)&noBlock
-print *(MultiType *)&noTag
+print *first@20
 set variable narrow._M_dataplus._M_p = 8
 print narrow
 print empty

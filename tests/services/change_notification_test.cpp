@@ -14,8 +14,6 @@ TEST(ChangeReceiver, HasDefaultsThatDoNothingInTheirSlots) {
     ChangeReceiver plain, other(plain);
     plain = other;
     EXPECT_TRUE(plain.unlock() && plain.lock() && plain.lock());
-    plain.OnChange(static_cast<ChangeInfo1*>(nullptr));
-    plain.OnChange(static_cast<ChangeInfo2*>(nullptr));
     const auto slot = [](auto operation) {
         std::size_t offset;  // In bytes, and 1.
         std::memcpy(&offset, &operation, sizeof offset);

@@ -8,16 +8,9 @@
 
 namespace {
 
-std::string Bytes(std::size_t length) {
-    std::string bytes;
-    while (bytes.size() < length)
-        bytes += static_cast<char>(bytes.size() * 7);
-    return bytes;
-}
-
-struct {
+const struct {
     std::string message, digest;
-} const EXAMPLES[] = {
+} EXAMPLES[] = {
     {"", "d41d8cd98f00b204e9800998ecf8427e"},
     {"a", "0cc175b9c0f1b6a831c399e269772661"},
     {"abc", "900150983cd24fb0d6963f7d28e17f72"},
@@ -27,19 +20,14 @@ struct {
      "d174ab98d277d9f5a5611c2c9f419d9f"},
     {"12345678901234567890123456789012345678901234567890123456789012345678901234567890",
      "57edf4a22be3c955ac49da2e2107b67a"},
-    {Bytes(55), "8d24280288a696559fd8d5aa1b6d8c6e"},
-    {Bytes(56), "ef2c72b7254c92459e498eddd4ace573"},
-    {Bytes(64), "a2fcb39a253b9b785b1f97518fa37683"},
+    {std::string(55, 'a'), "ef1772b6dff9a122358552954ad0df65"},
+    {std::string(56, 'a'), "3b0c8ac703f828b04c6c197006d17218"},
+    {std::string(64, 'a'), "014842d480b571495a4a0363793f7367"},
     {std::string(1'000'000, 'a'), "7707d6ae4e027c70eea2a935c2296f21"},
 };
 
 const unsigned char* Unsigned(const std::string& text) {
     return reinterpret_cast<const unsigned char*>(text.data());
-}
-
-std::string Finalized(MD5& md5) {
-    md5.finalize();
-    return md5.hex_digest();
 }
 
 }  // namespace
@@ -58,7 +46,8 @@ TEST(Md5, GivesTheDigestThroughEveryWayInAndAnySplit) {
             for (MD5* md5 : {&copied, &assigned}) {
                 md5->update(static_cast<const char*>(nullptr), 0);
                 md5->update(message.data() + split, size - split);
-                ASSERT_EQ(Finalized(*md5), digest) << "split at " << split;
+                md5->finalize();
+                ASSERT_EQ(md5->hex_digest(), digest) << "split at " << split;
             }
         }
     }
@@ -73,13 +62,10 @@ TEST(Md5, ReportsCallsInTheWrongStateAndStaysAsItWas) {
     EXPECT_EQ(raw[2], 3);
     EXPECT_EQ(ReportOf([&] { EXPECT_EQ(md5.hex_digest(), ""); }), report);
     md5.update("c", 1);
-    EXPECT_EQ(Finalized(md5), EXAMPLES[2].digest);
+    md5.finalize();
     EXPECT_EQ(ReportOf([&] { md5.update("d", 1); }), report);
     EXPECT_EQ(ReportOf([&] { md5.update(Unsigned(""), 0); }), report);
-    EXPECT_EQ(ReportOf([&] {
-                  EXPECT_EQ(Finalized(md5), EXAMPLES[2].digest);
-                  md5.raw_digest(raw);
-              }),
-              "");
+    EXPECT_EQ(ReportOf([&] { md5.finalize(), md5.raw_digest(raw); }), "");
     EXPECT_EQ(std::string(raw, raw + 4), "\x90\x01\x50\x98");
+    EXPECT_EQ(md5.hex_digest(), EXAMPLES[2].digest);
 }

@@ -128,13 +128,11 @@ MultiType::~MultiType() { ReleaseValue(); }
 
 void MultiType::StoreRaw(unsigned int size, const void* data, unsigned int id) {
     constexpr std::size_t SPARE = 1;
-    ReleaseValue();
+    Invalidate();
     m_v.r = static_cast<RawBlock*>(::operator new(sizeof(RawBlock) + size + SPARE));
     ASSERT(m_v.r != 0);
-    if (m_v.r == nullptr) {
-        m_type = TYPE_INVALID;
+    if (m_v.r == nullptr)
         return;
-    }
     m_type = TYPE_RAW;
     m_v.r->id = id;
     m_v.r->size = size;

@@ -90,6 +90,8 @@ public:
     MultiType& operator=(const WString& text);
     MultiType& operator=(const WideChar* text);
     MultiType& operator=(const MultiType& other);
+
+    /// Exchanges what the two hold.
     UTILITIES_LOCAL MultiType& operator=(MultiType&& other) noexcept {
         std::swap(m_v, other.m_v);
         std::swap(m_type, other.m_type);
@@ -123,9 +125,8 @@ public:
     /// - as `float`, a `double` or text beyond the largest finite one gives that one; an
     ///   `unsigned __int64` above 9223372036854775807 reads as that number in both floating types;
     /// - a text gives the decimal number at its start, behind white space, with the locale's
-    /// decimal
-    ///   point, and 0 where there is none; it is read in place. As `bool` it is true unless it is
-    ///   empty or exactly "0";
+    ///   decimal point, and 0 where there is none; it is read in place. As `bool` it is true unless
+    ///   it is empty or exactly "0";
     /// - a block gives its first bytes in host order, and 0 where it is shorter than the target; as
     ///   `bool` it is true where it has a first byte that is not 0;
     /// - as `bool` a number is true unless it equals 0, and a held boolean's byte passes unchanged;
@@ -229,8 +230,8 @@ protected:
     };
 
     /// Releases what was held and holds a block, as the constructor with the same arguments does.
-    /// `data` must not point into what is held. Should the allocator answer null instead of
-    /// throwing, that is reported and the value holds nothing.
+    /// `data` must not point into what is held. Where memory runs out the value holds nothing; an
+    /// allocator that answers null instead of throwing is reported.
     void StoreRaw(unsigned int size, const void* data, unsigned int id);
 
     /// What the assignment operators do. Where memory runs out for a text, the tag is that of the
