@@ -1,5 +1,5 @@
-/// In builds that measure the coverage: a process that aborts or leaves by `_exit` would lose what it
-/// has counted.
+/// In builds that measure the coverage: a process that aborts or leaves by `_exit` would lose what
+/// it has counted.
 #include <sys/syscall.h>
 #include <unistd.h>
 
