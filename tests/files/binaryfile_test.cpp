@@ -109,6 +109,7 @@ TEST_F(BinaryFileTest, ReadsWritesAndLocksAsItsModeAllows) {
                 {0, SHARED, "r0 m2 r2 m1 m1 r4 m0 m2 m3 m77",
                  "0@0 0@0 4@2 4@3 0@3 0@3 4@1 0@1 4@3 4@3 ", "", OLD},
                 {1, SHARED, "r3", "4@3 ", "3", OLD},
+                {1, ALONE, "r9 r3", "0@0 4@3 ", "", OLD},
                 {1, ALONE, "r3 R W", "4@3 3@3 3@3 ", "", "ccc111122223333"},
                 {9, ALONE, "r3 W c w1", "4@3 -3@3 -3@3 -3@3 ", "", OLD},
                 {-1, ALONE, "r3", "4@3 ", "", OLD},
