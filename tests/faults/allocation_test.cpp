@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <memory>
+#include <functional>
 #include <new>
 #include <sstream>
+#include <utility>
 
+#include "tests/support/report_of.h"
 #include "tests/support/scratch.h"
 #include "utilities/utilities.h"
 
@@ -17,7 +19,7 @@ constexpr int NEVER = -1;
 // Of this thread only: what another one does meanwhile is its own matter.
 thread_local int allocationsUntilFailure = NEVER;
 thread_local long liveAllocations = 0;
-thread_local bool answersNull = false;
+thread_local bool answersNull = false;  ///< Where it should throw.
 
 // Out of line, or the compiler sees malloc and free meet new and delete and warns.
 [[gnu::noinline]] void* Allocate(std::size_t size) noexcept {
@@ -37,36 +39,32 @@ thread_local bool answersNull = false;
     std::free(block);
 }
 
-template <class Make, class Act>
-bool SurvivesFailureOf(int allocation, Make make, Act act) {
-    auto subject = make();
+/// Whether `act` ends by the failure of this allocation, counted from 0.
+bool Fails(int allocation, const auto& act) {
     bool hasFailed = false;
     allocationsUntilFailure = allocation;
     try {
-        act(*subject);
+        act();
     } catch (const std::bad_alloc&) {
         hasFailed = true;
     }
     allocationsUntilFailure = NEVER;
-    if (hasFailed)
-        act(*subject);
-    return !hasFailed;
+    return hasFailed;
 }
 
-/// Runs `act` on what `make` makes.
-template <class Make, class Act>
-void Survives(const char* what, Make make, Act act) {
-    // What the libraries keep from the first time on is no leak.
-    SurvivesFailureOf(NEVER, make, act);
+/// `act` works on what it has captured as well as on what it makes.
+void Survives(const char* what, const auto& act) {
+    act();  // What the libraries and objects keep from the first time on is no leak.
     int allocation = 0;
-    for (bool isDone = false; !isDone; ++allocation) {
-        const std::ptrdiff_t descriptors = OpenDescriptors();
-        const long before = liveAllocations;
-        isDone = SurvivesFailureOf(allocation, make, act);
-        EXPECT_EQ(liveAllocations, before) << what << ", allocation " << allocation;
-        EXPECT_EQ(OpenDescriptors(), descriptors) << what << ", allocation " << allocation;
+    for (bool hasFailed = true; hasFailed; allocation += hasFailed) {
+        const auto before = std::pair(liveAllocations, OpenDescriptors());
+        hasFailed = Fails(allocation, act);
+        if (hasFailed)
+            act();
+        EXPECT_EQ(std::pair(liveAllocations, OpenDescriptors()), before)
+            << what << ", allocation " << allocation;
     }
-    EXPECT_GT(allocation, 1) << what << " allocates nothing";
+    EXPECT_GT(allocation, 0) << what << " allocates nothing";
 }
 
 const char LONG_TEXT[] = "a text that has no room in the object itself, whatever its units are";
@@ -79,164 +77,155 @@ void* operator new(std::size_t size) {
         throw std::bad_alloc();
     return block;
 }
-void* operator new[](std::size_t size) { return operator new(size); }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
 void operator delete(void* block) noexcept { Release(block); }
-void operator delete[](void* block) noexcept { Release(block); }
 void operator delete(void* block, std::size_t) noexcept { Release(block); }
-void operator delete[](void* block, std::size_t) noexcept { Release(block); }
 
 TEST(FailingAllocation, LeavesTextsSound) {
-    const auto narrow = [] { return std::make_unique<String>(LONG_TEXT); };
-    const auto wide = [] { return std::make_unique<WString>(LONG_TEXT); };
-    Survives("widening", narrow, [](String& text) { EXPECT_FALSE(WString(text).empty()); });
-    Survives("narrowing", wide, [](WString& text) { EXPECT_FALSE(String(text).empty()); });
-    Survives("formatting", narrow, [](String& text) {
-        text.Format("%200d", 1);
-        EXPECT_EQ(text.size(), 200u);
+    const String text(LONG_TEXT);
+    Survives("crossing", [&] { EXPECT_EQ(String(WString(text)), text); });
+    Survives("formatting", [] {
+        String formatted;
+        formatted.Format("%200d", 1);
+        EXPECT_EQ(formatted.size(), 200u);
     });
-    Survives("a file name", narrow, [](String& text) {
-        text.SetFilename((std::string(LONG_TEXT) + LONG_TEXT).c_str());
-        EXPECT_EQ(text, std::string(LONG_TEXT) + LONG_TEXT);
+    Survives("a file name", [&text] {
+        String path;
+        path.SetFilename((text + text).c_str());
+        EXPECT_EQ(path, text + text);
     });
-    Survives("the parts of a path", narrow, [](String& text) {
+    Survives("the parts of a path", [&text] {
         std::string drive, directory, name, extension;
         text.SplitPath(&drive, &directory, &name, &extension);
-        EXPECT_EQ(name + extension, LONG_TEXT);
+        EXPECT_EQ(name + extension, text);
     });
 }
 
 TEST(FailingAllocation, LeavesValuesSound) {
-    const auto text = [] { return std::make_unique<MultiType>(String(LONG_TEXT)); };
-    Survives("a copy", text,
-             [](MultiType& value) { EXPECT_EQ(MultiType(value).GetAs<String>(), LONG_TEXT); });
-    Survives("making", text, [](MultiType& value) {
-        const WString wide = value.GetAs<WString>();
-        const MultiType made[] = {LONG_TEXT, wide.c_str(), String(LONG_TEXT), wide, value};
-        for (const MultiType& one : made)
-            EXPECT_EQ(one.GetAs<String>(), LONG_TEXT);
-        EXPECT_EQ(MultiType(MultiType(wide)).GetAs<String>(), LONG_TEXT);
+    MultiType value;
+    Survives("copies and texts", [&value] {
+        const WString wide(LONG_TEXT);
+        value = wide;  // The second time over the text that could not be made.
+        const MultiType copy(value);
+        value = LONG_TEXT;
+        for (const MultiType& same :
+             {MultiType(wide), MultiType(wide.c_str()), MultiType(String(LONG_TEXT)), value, copy})
+            EXPECT_EQ(same.GetAs<WString>(), wide);
     });
-    Survives("an assignment", text, [](MultiType& value) {
-        MultiType other{WString(LONG_TEXT)};
-        other = value;
-        EXPECT_EQ(other.Type(), MultiType::TYPE_STRING);
-    });
-    Survives("the other width", text,
-             [](MultiType& value) { EXPECT_EQ(value.GetAs<WString>(), WString(LONG_TEXT)); });
-    Survives("flat memory", text, [](MultiType& value) {
-        EXPECT_TRUE(value.Set(LONG_TEXT, sizeof LONG_TEXT, MultiType::TYPE_STRING, 0));
+    Survives("flat memory", [&value] {
+        for (const auto tag : {MultiType::TYPE_RAW, MultiType::TYPE_STRING})
+            EXPECT_TRUE(value.Set(LONG_TEXT, sizeof LONG_TEXT, tag, 0));
     });
 }
 
 // A replaced operator new may answer null where it should throw.
-TEST(FailingAllocation, ThatAnswersNullLeavesAValueThatCanBeUsedAgain) {
+TEST(FailingAllocation, ThatThrowsOrAnswersNullLeavesAValueThatCanBeUsedAgain) {
     const MultiType text("text"), wide(u"text"), block(3, "raw", 7);
+    const String narrow("text");
+    const WString units(u"text");
+    MultiType value;
+    const struct {
+        bool isBlock;
+        std::function<void()> act;
+    } rows[] = {{true, [&] { value.Set(nullptr, 1, MultiType::TYPE_RAW, 0); }},
+                {true, [&] { value = block; }},
+                {false, [&] { value = text; }},
+                {false, [&] { value = MultiType(text); }},
+                {false, [&] { value = MultiType(wide); }},
+                {false, [&] { value = MultiType("text"); }},
+                {false, [&] { value = MultiType(u"text"); }},
+                {false, [&] { value = MultiType(narrow); }},
+                {false, [&] { value = MultiType(units); }}};
     const long before = liveAllocations;
-    static const String narrow;
-    static const WString units;
-    for (const auto& make : {+[](const MultiType&) { return MultiType("text"); },
-                             +[](const MultiType&) { return MultiType(u"text"); },
-                             +[](const MultiType&) { return MultiType(narrow); },
-                             +[](const MultiType&) { return MultiType(units); },
-                             +[](const MultiType& held) { return MultiType(held); },
-                             +[](const MultiType& held) {
-                                 MultiType value;
-                                 value = held;
-                                 return value;
-                             }}) {
-        for (const MultiType* held : {&text, &wide, &block}) {
-            answersNull = true;
-            allocationsUntilFailure = 0;
-            MultiType value = make(*held);
-            allocationsUntilFailure = NEVER;
+    for (const auto& [isBlock, act] : rows) {
+        for (const bool isNull : {false, true}) {
+            value = u"held";
+            answersNull = isNull;
+            const std::string report = ReportOf([&] { EXPECT_EQ(Fails(0, act), !isNull); });
             answersNull = false;
-            EXPECT_TRUE(value.Type() != MultiType::TYPE_RAW);
+            EXPECT_EQ(report, isBlock && isNull ? Asserted("multitype", {"(m_v.r != 0)"}) : "");
+            EXPECT_TRUE(!isBlock || value.Type() == MultiType::TYPE_INVALID);
             value = 5;
-            EXPECT_EQ(value.GetAs<int>(), 5);
         }
     }
     EXPECT_EQ(liveAllocations, before);
 }
 
 TEST(FailingAllocation, LeavesThreadsAndLocksSound) {
-    const auto thread = [] {
-        return std::make_unique<SystemThread>("a name that is longer than its object", nullptr);
-    };
-    Survives("a thread's name", thread, [](SystemThread& one) {
-        one.setThreadName(one.getThreadName() + LONG_TEXT);
-        EXPECT_EQ(one.getThreadName().substr(0, 6), "a name");
+    SystemThread thread("a name that is longer than its object", nullptr);
+    Survives("a thread's name", [&thread] {
+        thread.setThreadName("a name");
+        thread.setThreadName(thread.getThreadName() + LONG_TEXT);
+        EXPECT_EQ(thread.getThreadName(), std::string("a name") + LONG_TEXT);
     });
     for (int allocation = 0; allocation < 5; ++allocation) {
         SystemThread one("thread", nullptr);
-        allocationsUntilFailure = allocation;
-        const bool isCreated = one.Create(true, 0);
-        allocationsUntilFailure = NEVER;
+        bool isCreated = false;
+        EXPECT_FALSE(Fails(allocation, [&] { isCreated = one.Create(true, 0); }));
         EXPECT_EQ(one.getHandle() != nullptr, isCreated) << allocation;
         EXPECT_TRUE(isCreated || one.Create(true, 0));
         EXPECT_TRUE(one.Terminate(0));
     }
-    Survives(
-        "a listing", [] { return std::make_unique<MutexLock>(LONG_TEXT); },
-        [](MutexLock&) {
-            std::ostringstream out;
-            out.exceptions(std::ios::badbit);
-            showMutexList(out, true);
-        });
+    const MutexLock mutex(LONG_TEXT);
+    Survives("a listing", [] {
+        std::ostringstream out;
+        out.exceptions(std::ios::badbit);
+        showMutexList(out, true);
+    });
 }
 
-TEST(FailingAllocation, LeavesFilesCachesAndTimesSound) {
+TEST(FailingAllocation, LeavesFilesAndPortsSound) {
     const ScratchDirectory scratch;
-    WriteFile(scratch / "file", "11112222");
-    const auto nothing = [] { return std::make_unique<int>(); };
-    const auto file = [] { return std::make_unique<BinaryFile>(4, 4); };
-    Survives("a record file", file, [&](BinaryFile& one) {
-        EXPECT_EQ(one.openFile(scratch / "file", BinaryFile::BF_UPDATE, BinaryFile::BF_DENYRW, 0),
-                  0);
-        EXPECT_EQ(one.readFile(2), 4);
+    const std::string path = scratch / "file", copy = scratch / "copy", unpacked = scratch / "back";
+    WriteFile(path, "11112222");
+    BinaryFile file(4, 4);
+    Survives("a record file", [&] {
+        EXPECT_EQ(file.changeRecordSize(100) + file.changeHeaderSize(50), 0);
+        EXPECT_EQ(file.changeRecordSize(4) + file.changeHeaderSize(4), 0);
+        EXPECT_EQ(file.openFile(path, BinaryFile::BF_UPDATE, BinaryFile::BF_DENYRW, 0), 0);
+        EXPECT_EQ(file.readFile(2), 4);
+        file.closeFile();
     });
-    Survives("a size", file, [](BinaryFile& one) {
-        EXPECT_EQ(one.changeRecordSize(100), 0);
-        EXPECT_EQ(one.changeHeaderSize(50), 0);
+    Survives("making and removing a file", [&] {
+        EXPECT_TRUE(CREAT(copy.c_str(), 0, nullptr) && IsFileExisting(copy.c_str()));
+        EXPECT_TRUE(AssureFileRemoved(copy.c_str(), nullptr));
     });
+    Survives("compression", [&] {
+        struct _stat info;  // No partial result.
+        EXPECT_TRUE(!IsFileExisting((copy + ".gz").c_str(), &info) || info.st_size > 0);
+        EXPECT_STREQ(ZIP(path.c_str(), copy.c_str(), true), ".gz");
+        EXPECT_TRUE(UNZIP(copy.c_str(), unpacked.c_str(), true));
+        EXPECT_EQ(ReadFile(unpacked), "11112222");
+        EXPECT_EQ(RemoveFile((copy + ".gz").c_str()), 0);
+    });
+    Survives("a mapped file", [&path] {
+        if (MappedFile(path.c_str(), 0, 1).getAddr() == nullptr)
+            throw std::bad_alloc();
+    });
+    SetSerialDevice(0, "/dev/../dev/../dev/ptmx");
+    CComm port;
+    Survives("a port", [&port] {
+        EXPECT_TRUE(port.Open(0, 9600, 'N', 8, 1));
+        port.Close();
+    });
+}
+
+TEST(FailingAllocation, LeavesCachesAndTimesSound) {
     struct Cache : CacheManager {
         Cache() : CacheManager(3, 100) {}
         void writeBackNode(CacheNode*) override {}
-    };
-    Survives(
-        "a cache", [] { return std::make_unique<Cache>(); },
-        [](Cache& cache) {
-            cache.resizeCache(100);
-            EXPECT_EQ(cache.getAllocatedNodes(), 30u);
-            CacheNode* const node = cache.addNodeID_ToWC(7);
-            EXPECT_EQ(cache.searchNodeID_InWC(7), node);
-        });
-    const auto out = [] {
-        auto stream = std::make_unique<std::ostringstream>();
-        stream->exceptions(std::ios::badbit);
-        return stream;
-    };
-    Survives("a time", out, [](std::ostringstream& stream) {
-        stream.clear();
+    } cache;
+    Survives("a cache", [&cache] {
+        cache.resizeCache(3);
+        cache.resizeCache(100);
+        EXPECT_EQ(cache.getAllocatedNodes(), 30u);
+        CacheNode* const node = cache.addNodeID_ToWC(7);
+        EXPECT_EQ(cache.searchNodeID_InWC(7), node);
+    });
+    Survives("a time", [] {
+        std::ostringstream stream;
+        stream.exceptions(std::ios::badbit);
         stream << BqGMTime(1'000'000'000'000) << " and a rest that makes the text a long one";
         EXPECT_NE(stream.str().find(":46:40 "), std::string::npos);
     });
-    Survives("a mapped file", nothing, [&](int&) {
-        if (MappedFile((scratch / "file").c_str(), 0, 1).getAddr() == nullptr)
-            throw std::bad_alloc();
-    });
-    Survives("the state of a file", nothing,
-             [&](int&) { EXPECT_TRUE(IsFileExisting((scratch / "file").c_str(), nullptr)); });
-    const std::string source = scratch / "file", packed = source + ".gz";
-    Survives("a compression", nothing, [&](int&) {
-        struct _stat info;
-        EXPECT_TRUE(!IsFileExisting(packed.c_str(), &info) || info.st_size > 0);
-        EXPECT_STREQ(ZIP(source.c_str(), source.c_str(), true), ".gz");
-        std::remove(packed.c_str());
-    });
-    SetSerialDevice(0, "/dev/ptmx");
-    Survives(
-        "a port", [] { return std::make_unique<CComm>(); },
-        [](CComm& port) { EXPECT_TRUE(port.Open(0, 9600, 'N', 8, 1)); });
 }

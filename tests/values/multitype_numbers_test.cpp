@@ -1,14 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cfloat>
+#include <climits>
 #include <clocale>
 #include <cmath>
-#include <cstring>
 #include <limits>
-#include <typeinfo>
-#include <utility>
-#include <vector>
+#include <sstream>
 
 #include "tests/support/scoped_locale.h"
 #include "tests/values/flat_forms.h"
@@ -17,127 +13,107 @@ namespace {
 
 using namespace std::string_literals;
 
-using Exact = long double;  // Holds every 64-bit integer and every double.
-static_assert(std::numeric_limits<Exact>::digits >= 64);
-
-/// What a source may read as, from the target's own range and the pairs that stop short of it.
-template <class To>
-Exact Upper(MultiType::TYPE source) {
-    if (std::is_same_v<To, unsigned int> && source == MultiType::TYPE_INT64)
-        return 2147483647.0L;
-    if (std::is_same_v<To, unsigned __int64> && source >= MultiType::TYPE_FLOAT)
-        return source == MultiType::TYPE_FLOAT ? 4294967296.0L : 4294967295.0L;
-    return static_cast<Exact>(std::numeric_limits<To>::max());
-}
-
-template <class To>
-To Expected(MultiType::TYPE source, Exact value) {
-    if constexpr (std::is_same_v<To, bool>) {
-        return value != 0;
-    } else if constexpr (std::is_floating_point_v<To>) {
-        if (source == MultiType::TYPE_UINT64)
-            value = std::min(value, Exact(INT64_MAX));
-        if (source >= MultiType::TYPE_DOUBLE && sizeof(To) == sizeof(float))
-            value = std::clamp(value, Exact(-FLT_MAX), Exact(FLT_MAX));
-        return static_cast<To>(value);
-    } else {
-        if (std::isnan(value))
-            return sizeof(To) == 8 ? static_cast<To>(1ull << 63) : To(0);
-        if (source == MultiType::TYPE_FLOAT || source == MultiType::TYPE_DOUBLE)
-            value = static_cast<double>(value) + (value >= 0 ? 0.5 : -0.5);
-        const Exact lower = static_cast<Exact>(std::numeric_limits<To>::min());
-        return static_cast<To>(std::trunc(std::clamp(value, lower, Upper<To>(source))));
-    }
-}
-
-std::string Bits(auto value) {
-    return value != value ? "NaN" : std::string(reinterpret_cast<char*>(&value), sizeof value);
-}
-
-void CheckAllTargets(const MultiType& held, Exact value) {
-    ForEachNumber([&]<class To>(To) {
-        if (std::is_same_v<To, bool> && held.Type() >= MultiType::TYPE_STRING)
-            return;
-        const To actual = held.GetAs<To>();
-        EXPECT_EQ(Bits(actual), Bits(Expected<To>(held.Type(), value)))
-            << held.Type() << " holding " << value << " read as " << typeid(To).name() << ": "
-            << +actual;
+/// As a boolean, as the signed and the unsigned integers by width, and as both floating numbers;
+/// "max" and "min" are the bounds of each.
+std::string Readings(const MultiType& value) {
+    std::ostringstream out;
+    ForEachNumber([&]<class T>(T) {
+        const T read = value.GetAs<T>();
+        const bool isMost = read != 1 && read == std::numeric_limits<T>::max();
+        const bool isLeast = read != 0 && read == std::numeric_limits<T>::lowest();
+        if (isMost || isLeast)
+            out << (isMost ? " max" : " min");
+        else
+            out << ' ' << +read;
     });
+    return out.str().substr(1);
 }
 
-/// Every bound of every integer form with its neighbours and halves, both signs.
-std::vector<Exact> InterestingNumbers() {
-    std::vector<Exact> numbers;
-    for (const int bits : {0, 7, 8, 15, 16, 24, 31, 32, 53, 63, 64})
-        for (const Exact offset : {-2.0L, -1.0L, -0.5L, 0.0L, 0.5L, 1.0L, 2.0L})
-            for (const Exact sign : {1, -1})
-                numbers.push_back(sign * (std::ldexp(Exact(1), bits) + offset));
-    return numbers;
-}
-
-TEST(Numbers, OfEveryTypeReadAsEveryTarget) {
-    std::vector<Exact> numbers = InterestingNumbers();
-    for (const double number : {0.4, 0.49999999999999994, 1e39, 1e300, DBL_MIN, HUGE_VAL})
-        numbers.insert(numbers.end(), {number, -number});
-    numbers.push_back(NAN);
+TEST(Numbers, ReadAsEveryTarget) {
+    struct Row {
+        MultiType value;
+        std::string readings;
+    };
+    const Row rows[] = {
+        {{}, "0 0 0 0 0 0 0 0 0 0 0"},
+        {true, "1 1 1 1 1 1 1 1 1 1 1"},
+        {'\x7F', "1 max 127 127 127 127 127 127 127 127 127"},
+        {short(-32768), "1 min min -32768 -32768 0 0 0 0 -32768 -32768"},
+        {INT_MIN, "1 min min min -2147483648 0 0 0 0 -2.14748e+09 -2.14748e+09"},
+        {300, "1 max 300 300 300 max 300 300 300 300 300"},
+        {INT_MAX, "1 max max max 2147483647 max max 2147483647 2147483647 2.14748e+09 2.14748e+09"},
+        {LLONG_MIN, "1 min min min min 0 0 0 0 -9.22337e+18 -9.22337e+18"},
+        {3000000000ll, "1 max max max 3000000000 max max 2147483647 3000000000 3e+09 3e+09"},
+        {5000000000ll, "1 max max max 5000000000 max max 2147483647 5000000000 5e+09 5e+09"},
+        {static_cast<unsigned char>(255), "1 max 255 255 255 max 255 255 255 255 255"},
+        {static_cast<unsigned short>(65535),
+         "1 max max 65535 65535 max max 65535 65535 65535 65535"},
+        {UINT_MAX, "1 max max max 4294967295 max max max 4294967295 4.29497e+09 4.29497e+09"},
+        {9223372036854775808ull,
+         "1 max max max max max max max 9223372036854775808 9.22337e+18 9.22337e+18"},
+        {ULLONG_MAX, "1 max max max max max max max max 9.22337e+18 9.22337e+18"},
+        {-0.2f, "1 0 0 0 0 0 0 0 0 -0.2 -0.2"},
+        {2.5f, "1 3 3 3 3 3 3 3 3 2.5 2.5"},
+        {5e9f, "1 max max max 5000000000 max max max 4294967296 5e+09 5e+09"},
+        {-1e30f, "1 min min min min 0 0 0 0 -1e+30 -1e+30"},
+        {NAN, "1 0 0 0 min 0 0 0 9223372036854775808 nan nan"},
+        {-0.0, "0 0 0 0 0 0 0 0 0 -0 -0"},
+        {0.4, "1 0 0 0 0 0 0 0 0 0.4 0.4"},
+        {0.49999999999999994, "1 1 1 1 1 1 1 1 1 0.5 0.5"},
+        {-2.5, "1 -3 -3 -3 -3 0 0 0 0 -2.5 -2.5"},
+        {127.5, "1 max 128 128 128 128 128 128 128 127.5 127.5"},
+        {-127.5, "1 min -128 -128 -128 0 0 0 0 -127.5 -127.5"},
+        {-2147483648.5, "1 min min min -2147483649 0 0 0 0 -2.14748e+09 -2.14748e+09"},
+        {4294967294.5, "1 max max max 4294967295 max max max 4294967295 4.29497e+09 4.29497e+09"},
+        {9223372036854774784.0,
+         "1 max max max 9223372036854774784 max max max 4294967295 9.22337e+18 9.22337e+18"},
+        {4e38, "1 max max max max max max max 4294967295 max 4e+38"},
+        {-4e38, "1 min min min min 0 0 0 0 min -4e+38"},
+        {HUGE_VAL, "1 max max max max max max max 4294967295 max inf"},
+        {std::nan(""), "1 0 0 0 min 0 0 0 9223372036854775808 nan nan"},
+        {{0, "", 1}, "0 0 0 0 0 0 0 0 0 0 0"},
+        {{1, "\x81", 1}, "1 -127 0 0 0 129 0 0 0 0 0"},
+        {{3, "\x81\xFE\3", 1}, "1 -127 -383 0 0 129 65153 0 0 0 0"},
+        {{4, "\x81\xFE\3\x94", 1}, "1 -127 -383 -1811677567 0 129 65153 2483289729 0 -6.664e-27 0"},
+        {{9, "\0\xFE\3\x94\5\6\xF7?\1", 1},
+         "0 0 -512 -1811677696 4609159364664884736 0 65024 2483289600 4609159364664884736 "
+         "-6.6639e-27 1.43897"},
+    };
+    for (const auto& [value, readings] : rows)
+        EXPECT_EQ(Readings(value), readings) << value.GetAs<String>();
+    EXPECT_EQ(MultiType(INT_MAX).GetAs<double>(), 2147483647.0);
+    EXPECT_EQ(MultiType("0.1").GetAs<double>(), 0.1);
     // Above half way by one: two roundings, by way of a double, would end a step too high.
-    numbers.push_back(Exact((1ll << 62) + (1ll << 38) + 1));
-    ForEachNumber([&]<class From>(From) {
-        using Limits = std::numeric_limits<From>;
-        for (const Exact number : numbers) {
-            if (std::is_floating_point_v<From> ||
-                (number >= Exact(Limits::min()) && number <= Exact(Limits::max())))
-                CheckAllTargets(static_cast<From>(number), Exact(static_cast<From>(number)));
-        }
-    });
-    CheckAllTargets(MultiType(), 0);
+    EXPECT_EQ(MultiType((1ll << 62) + (1ll << 38) + 1).GetAs<float>(), 0x1.000002p62f);
 }
 
 TEST(Numbers, TextsReadTheNumberAtTheirStart) {
-    std::vector<std::pair<std::string, Exact>> rows = {
-        {"letters", 0}, {" -5.9abc", -5.9}, {"4\0002"s, 4}};
-    for (const Exact number : InterestingNumbers())
-        rows.emplace_back(std::to_string(number), number);
-    for (const auto& [text, value] : rows) {
-        SCOPED_TRACE(text);
-        CheckAllTargets(String(text), value);
-        CheckAllTargets(WString(std::u16string(text.begin(), text.end())), value);
+    const std::pair<std::string, std::string> rows[] = {
+        {"", "0 0 0 0 0 0 0 0 0 0 0"},
+        {"0", "0 0 0 0 0 0 0 0 0 0 0"},
+        {"00", "1 0 0 0 0 0 0 0 0 0 0"},
+        {"0\0"s, "1 0 0 0 0 0 0 0 0 0 0"},
+        {" 0", "1 0 0 0 0 0 0 0 0 0 0"},
+        {"letters", "1 0 0 0 0 0 0 0 0 0 0"},
+        {" -5.9abc", "1 -5 -5 -5 -5 0 0 0 0 -5.9 -5.9"},
+        {"4\0002"s, "1 4 4 4 4 4 4 4 4 4 4"},
+        {"-40000", "1 min min -40000 -40000 0 0 0 0 -40000 -40000"},
+        {"3000000000", "1 max max max 3000000000 max max 3000000000 3000000000 3e+09 3e+09"},
+        {"5000000000", "1 max max max 5000000000 max max max 4294967295 5e+09 5e+09"},
+        {"9223372036854775807", "1 max max max max max max max 4294967295 9.22337e+18 9.22337e+18"},
+        {"-1e39", "1 -1 -1 -1 -1 0 0 0 0 min -1e+39"},
+        {"0.1", "1 0 0 0 0 0 0 0 0 0.1 0.1"},
+    };
+    for (const auto& [text, readings] : rows) {
+        const WString wide(std::u16string(text.begin(), text.end()));
+        for (const MultiType& value : {MultiType(String(text)), MultiType(wide)})
+            EXPECT_EQ(Readings(value), readings) << testing::PrintToString(text);
     }
-    EXPECT_EQ(MultiType("1e39").GetAs<int>(), 1);
-    EXPECT_EQ(MultiType("1e39").GetAs<float>(), FLT_MAX);
-    EXPECT_EQ(MultiType(u"-1e400").GetAs<double>(), -DBL_MAX);
     const ScopedLocale locale(GermanLatin1());
-    ASSERT_TRUE(locale);
-    EXPECT_EQ(MultiType("1,5").GetAs<double>(), 1.5);
     EXPECT_EQ(MultiType(u"-1,5e2").GetAs<float>(), -150.0f);
-    EXPECT_EQ(MultiType(0.1).GetAs<String>(), "0,1");
     EXPECT_EQ(MultiType(1.5e300).GetAs<WString>(), u"1,5e+300");
     ASSERT_NE(std::setlocale(LC_ALL, PashtoUtf8()), nullptr);
     EXPECT_EQ(MultiType(0.5).GetAs<WString>(), u"0\u066B5");
-}
-
-TEST(Numbers, OnlyTheEmptyTextAndTheWholeTextZeroAreFalse) {
-    for (const std::string& text : {""s, "0"s, "00"s, "false"s, " 0"s, "0\0"s, "\0"s}) {
-        const bool expected = text != "" && text != "0";
-        const WString wide(std::u16string(text.begin(), text.end()));
-        EXPECT_EQ(MultiType(String(text)).GetAs<bool>(), expected) << testing::PrintToString(text);
-        EXPECT_EQ(MultiType(wide).GetAs<bool>(), expected) << testing::PrintToString(text);
-    }
-}
-
-TEST(Numbers, BlocksGiveTheirFirstBytes) {
-    const unsigned char bytes[] = {0x81, 0xFE, 3, 0x94, 5, 6, 0xF7, 0x3F, 9};
-    for (unsigned int size = 0; size <= sizeof bytes; ++size) {
-        const MultiType block(size, bytes, 1);
-        ForEachNumber([&]<class To>(To expected) {
-            if (std::is_same_v<To, bool>)
-                expected = static_cast<To>(size > 0);
-            else if (size >= sizeof expected)
-                std::memcpy(&expected, bytes, sizeof expected);
-            EXPECT_EQ(Bits(block.GetAs<To>()), Bits(expected)) << size << " for " << sizeof(To);
-        });
-        EXPECT_FALSE(MultiType(size, "\0\1\1\1\1\1\1\1\1", 1).GetAs<bool>());
-    }
 }
 
 }  // namespace
