@@ -37,7 +37,8 @@
 /// records of 2 GiB and more can't be read or written.
 class UTILITIES_EXPORT BinaryFile {
 public:
-    enum E_BF_FILEMODE {
+    /// Any other value opens for reading as BF_READONLY does.
+    enum E_BF_FILEMODE : int {
         BF_READONLY = 0,
         BF_UPDATE = 1,  ///< Records that are there can be rewritten.
         BF_EXTEND = 2,  ///< And records can be added.
@@ -48,7 +49,7 @@ public:
 
     /// What other openers, in any process, can't do meanwhile. An open that doesn't go together
     /// with those before it fails. Only openers that use this library know of each other.
-    enum E_BF_SHAREMODE {
+    enum E_BF_SHAREMODE : int {
         BF_DENYRW = 0x10,
         BF_DENYWR = 0x20,
         BF_DENYRD = 0x30,
@@ -56,7 +57,7 @@ public:
     };
 
     /// Any other value reads the last record.
-    enum E_BF_READMODE {
+    enum E_BF_READMODE : int {
         BF_READ_FIRST = 0,
         BF_READ_NEXT = 1,
         BF_READ_PREVIOUS = 2,

@@ -44,7 +44,7 @@ private:
     virtual unsigned int ThreadEntryPoint();
 
 public:
-    enum E_THREAD_PRIORITY {
+    enum E_THREAD_PRIORITY : int {
         E_THREAD_PRIORITY_IDLE = -15,
         E_THREAD_PRIORITY_LOWEST = -2,
         E_THREAD_PRIORITY_BELOW_NORMAL = -1,
