@@ -285,6 +285,14 @@ private:
     template <class T>
     UTILITIES_LOCAL void Read(T& out) const;
 
+    /// Both read as the number `T`, or the text, of that tag.
+    template <class T, class Held>
+    UTILITIES_LOCAL static int CompareNumbers(const MultiType& a, const MultiType& b, TYPE type,
+                                              Held Datum::*held);
+    template <class Text>
+    UTILITIES_LOCAL static int CompareTexts(const MultiType& a, const MultiType& b, TYPE type,
+                                            Text* Datum::*held);
+
     /// The type in which two values meet.
     UTILITIES_LOCAL static TYPE CommonType(const MultiType& v1, const MultiType& v2);
 

@@ -33,14 +33,6 @@ int CompareValues(const T& x, const T& y) {
     return static_cast<int>(x > y) - static_cast<int>(x < y);
 }
 
-template <class T>
-int CompareAs(const MultiType& a, const MultiType& b) {
-    T x{}, y{};
-    a.Get(x);
-    b.Get(y);
-    return CompareValues(x, y);
-}
-
 /// The bytes that the readings gave: a boolean's may be above 1.
 int CompareBytesAsBool(const MultiType& a, const MultiType& b) {
     bool read[2] = {};
@@ -51,55 +43,69 @@ int CompareBytesAsBool(const MultiType& a, const MultiType& b) {
     return CompareValues(bytes[0], bytes[1]);
 }
 
-int CompareAsSignedChar(const MultiType& a, const MultiType& b) {
-    char x = 0, y = 0;
-    a.Get(x);
-    b.Get(y);
-    return CompareValues(static_cast<signed char>(x), static_cast<signed char>(y));
-}
-
 /// A negative operand is below every unsigned one; what is left compares as unsigned.
 int CompareMixedInt64(const MultiType& a, const MultiType& b) {
     const bool aIsSigned = a.IsSigned(), bIsSigned = b.IsSigned();
     if (aIsSigned && bIsSigned)
-        return CompareAs<__int64>(a, b);
+        return CompareValues(a.GetAs<__int64>(), b.GetAs<__int64>());
     if (aIsSigned && a.GetAs<__int64>() < 0)
         return -1;
     if (bIsSigned && b.GetAs<__int64>() < 0)
         return 1;
-    return CompareAs<unsigned __int64>(a, b);
+    return CompareValues(a.GetAs<unsigned __int64>(), b.GetAs<unsigned __int64>());
 }
 
 }  // namespace
+
+template <class T, class Held>
+int MultiType::CompareNumbers(const MultiType& a, const MultiType& b, TYPE type,
+                              Held Datum::*held) {
+    if (a.m_type == type && b.m_type == type)
+        return CompareValues(a.m_v.*held, b.m_v.*held);
+    return CompareValues(static_cast<Held>(a.GetAs<T>()), static_cast<Held>(b.GetAs<T>()));
+}
+
+// Texts that are held as such are compared where they are.
+template <class Text>
+int MultiType::CompareTexts(const MultiType& a, const MultiType& b, TYPE type, Text* Datum::*held) {
+    const auto textOf = [&](const MultiType& value, Text& room) -> const Text& {
+        if (value.m_type == type)
+            return *(value.m_v.*held);
+        value.Get(room);
+        return room;
+    };
+    Text x, y;
+    return CompareValues(textOf(a, x).compare(textOf(b, y)), 0);
+}
 
 int MultiType::compare(const MultiType& a, const MultiType& b, TYPE type) {
     switch (type) {
         case TYPE_BOOL:
             return CompareBytesAsBool(a, b);
         case TYPE_CHAR:
-            return CompareAsSignedChar(a, b);
+            return CompareNumbers<char>(a, b, type, &Datum::c);
         case TYPE_SHORT:
-            return CompareAs<short>(a, b);
+            return CompareNumbers<short>(a, b, type, &Datum::sh);
         case TYPE_INT:
-            return CompareAs<int>(a, b);
+            return CompareNumbers<int>(a, b, type, &Datum::i);
         case TYPE_INT64:
-            return CompareAs<__int64>(a, b);
+            return CompareNumbers<__int64>(a, b, type, &Datum::ll);
         case TYPE_UCHAR:
-            return CompareAs<unsigned char>(a, b);
+            return CompareNumbers<unsigned char>(a, b, type, &Datum::uc);
         case TYPE_USHORT:
-            return CompareAs<unsigned short>(a, b);
+            return CompareNumbers<unsigned short>(a, b, type, &Datum::ush);
         case TYPE_UINT:
-            return CompareAs<unsigned int>(a, b);
+            return CompareNumbers<unsigned int>(a, b, type, &Datum::ui);
         case TYPE_UINT64:
-            return CompareAs<unsigned __int64>(a, b);
+            return CompareNumbers<unsigned __int64>(a, b, type, &Datum::ull);
         case TYPE_FLOAT:
-            return CompareAs<float>(a, b);
+            return CompareNumbers<float>(a, b, type, &Datum::f);
         case TYPE_DOUBLE:
-            return CompareAs<double>(a, b);
+            return CompareNumbers<double>(a, b, type, &Datum::d);
         case TYPE_STRING:
-            return CompareAs<String>(a, b);
+            return CompareTexts(a, b, type, &Datum::str);
         case TYPE_WSTRING:
-            return CompareAs<WString>(a, b);
+            return CompareTexts(a, b, type, &Datum::wstr);
         case TYPE_MIXED_INT64:
             return CompareMixedInt64(a, b);
         default:
