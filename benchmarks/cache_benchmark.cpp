@@ -80,50 +80,50 @@ public:
 class ListAndHash {
 public:
     const unsigned char* Find(unsigned int id) {
-        const auto found = places_.find(id);
-        if (found == places_.end())
+        const auto found = places.find(id);
+        if (found == places.end())
             return nullptr;
-        blocks_.splice(blocks_.end(), blocks_, found->second);
+        blocks.splice(blocks.end(), blocks, found->second);
         return found->second->second.bytes;
     }
     void Add(unsigned int id) {
-        if (blocks_.size() == NODE_COUNT) {
-            places_.erase(blocks_.front().first);
-            blocks_.pop_front();
+        if (blocks.size() == NODE_COUNT) {
+            places.erase(blocks.front().first);
+            blocks.pop_front();
         }
-        blocks_.emplace_back(id, id);
-        places_[id] = std::prev(blocks_.end());
+        blocks.emplace_back(id, id);
+        places[id] = std::prev(blocks.end());
     }
 
 private:
-    std::list<std::pair<unsigned int, Block>> blocks_;
-    std::unordered_map<unsigned int, std::list<std::pair<unsigned int, Block>>::iterator> places_;
+    std::list<std::pair<unsigned int, Block>> blocks;
+    std::unordered_map<unsigned int, std::list<std::pair<unsigned int, Block>>::iterator> places;
 };
 
 // As the write cache, whose moves take a lock that is recursive.
 class LockedListAndHash : public ListAndHash {
 public:
     const unsigned char* Find(unsigned int id) {
-        const std::lock_guard<std::recursive_mutex> lock(mutex_);
+        const std::lock_guard<std::recursive_mutex> lock(mutex);
         return ListAndHash::Find(id);
     }
 
 private:
-    std::recursive_mutex mutex_;
+    std::recursive_mutex mutex;
 };
 
 #ifdef UTILITIES_HAS_POCO
 class PocoCache {
 public:
     const unsigned char* Find(unsigned int id) {
-        found_ = cache_.get(id);
-        return found_.isNull() ? nullptr : found_->bytes;
+        last = cache.get(id);
+        return last.isNull() ? nullptr : last->bytes;
     }
-    void Add(unsigned int id) { cache_.add(id, Poco::SharedPtr<Block>(new Block(id))); }
+    void Add(unsigned int id) { cache.add(id, Poco::SharedPtr<Block>(new Block(id))); }
 
 private:
-    Poco::LRUCache<unsigned int, Block> cache_{NODE_COUNT};
-    Poco::SharedPtr<Block> found_;
+    Poco::LRUCache<unsigned int, Block> cache{NODE_COUNT};
+    Poco::SharedPtr<Block> last;
 };
 #endif
 
@@ -131,13 +131,13 @@ private:
 class QtCache {
 public:
     const unsigned char* Find(unsigned int id) {
-        const Block* const block = cache_.object(id);
+        const Block* const block = cache.object(id);
         return block != nullptr ? block->bytes : nullptr;
     }
-    void Add(unsigned int id) { cache_.insert(id, new Block(id)); }
+    void Add(unsigned int id) { cache.insert(id, new Block(id)); }
 
 private:
-    QCache<unsigned int, Block> cache_{NODE_COUNT};
+    QCache<unsigned int, Block> cache{NODE_COUNT};
 };
 #endif
 

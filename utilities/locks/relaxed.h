@@ -10,19 +10,19 @@
 template <class Value>
 class Relaxed {
 public:
-    constexpr Relaxed(Value value = Value()) noexcept : value_(value) {}
-    Relaxed(const Relaxed& other) noexcept : value_(Value(other)) {}
+    constexpr Relaxed(Value value = Value()) noexcept : stored(value) {}
+    Relaxed(const Relaxed& other) noexcept : stored(Value(other)) {}
     Relaxed& operator=(const Relaxed& other) noexcept { return *this = Value(other); }
     ~Relaxed() = default;
 
     Relaxed& operator=(Value value) noexcept {
-        value_.store(value, std::memory_order_relaxed);
+        stored.store(value, std::memory_order_relaxed);
         return *this;
     }
-    operator Value() const noexcept { return value_.load(std::memory_order_relaxed); }
+    operator Value() const noexcept { return stored.load(std::memory_order_relaxed); }
 
 private:
-    std::atomic<Value> value_;
+    std::atomic<Value> stored;
     static_assert(sizeof(std::atomic<Value>) == sizeof(Value), "keeps the size of its value");
 };
 

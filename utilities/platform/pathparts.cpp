@@ -36,22 +36,22 @@ void Split(View<Char> path, PathParts<Char>& parts) {
 template <class Char>
 class PathWriter {
 public:
-    explicit PathWriter(Char (&path)[PATH_CAPACITY]) : path_(path) {}
-    ~PathWriter() { path_[fits_ ? length_ : 0] = Char(); }
+    explicit PathWriter(Char (&out)[PATH_CAPACITY]) : path(out) {}
+    ~PathWriter() { path[fits ? length : 0] = Char(); }
     PathWriter(const PathWriter&) = delete;
     PathWriter& operator=(const PathWriter&) = delete;
 
     void Add(View<Char> part) {
-        fits_ = fits_ && part.size() < PATH_CAPACITY - length_;
-        if (fits_)
-            length_ += part.copy(path_ + length_, part.size());
+        fits = fits && part.size() < PATH_CAPACITY - length;
+        if (fits)
+            length += part.copy(path + length, part.size());
     }
     void Add(Char c) { Add(View<Char>(&c, 1)); }
 
 private:
-    Char (&path_)[PATH_CAPACITY];
-    std::size_t length_ = 0;
-    bool fits_ = true;
+    Char (&path)[PATH_CAPACITY];
+    std::size_t length = 0;
+    bool fits = true;
 };
 
 template <class Char>

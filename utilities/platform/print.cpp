@@ -24,14 +24,14 @@ class Printer {
     using OtherChar = std::conditional_t<IS_WIDE<Char>, char, WideChar>;
 
 public:
-    Printer(Output<Char>& output, Arguments& arguments) : output_(output), arguments_(arguments) {}
+    Printer(Output<Char>& target, Arguments& source) : output(target), arguments(source) {}
 
     void Print(const Char* format) {
-        while (!output_.Failed()) {
+        while (!output.Failed()) {
             const Char* at = format;
             while (*at != '%' && *at != Char{})
                 ++at;
-            output_.Write(View(format, static_cast<std::size_t>(at - format)));
+            output.Write(View(format, static_cast<std::size_t>(at - format)));
             if (*at == Char{})
                 return;
             format = PrintConversion(at);
@@ -41,9 +41,9 @@ public:
 private:
     /// Gives what follows the conversion that begins at `start`.
     const Char* PrintConversion(const Char* start) {
-        ConversionReader<Char> reader(start + 1, arguments_);
+        ConversionReader<Char> reader(start + 1, arguments);
         if (!Convert(reader.Read()))
-            output_.Write(View(start, static_cast<std::size_t>(reader.At() - start)));
+            output.Write(View(start, static_cast<std::size_t>(reader.At() - start)));
         return reader.At();
     }
 
@@ -58,7 +58,7 @@ private:
             case 'o':
             case 'x':
             case 'X':
-                PutInteger(conversion, UnsignedArgument(arguments_, conversion.size), false);
+                PutInteger(conversion, UnsignedArgument(arguments, conversion.size), false);
                 return true;
             case 'e':
             case 'E':
@@ -82,10 +82,10 @@ private:
                 PutPointer(conversion);
                 return true;
             case 'n':
-                StoreCount(arguments_, conversion.size, output_.Count());
+                StoreCount(arguments, conversion.size, output.Count());
                 return true;
             case '%':
-                output_.Fill('%', 1);
+                output.Fill('%', 1);
                 return true;
             default:
                 return false;
@@ -93,7 +93,7 @@ private:
     }
 
     void PutSigned(const Conversion& conversion) {
-        const std::intmax_t value = SignedArgument(arguments_, conversion.size);
+        const std::intmax_t value = SignedArgument(arguments, conversion.size);
         const auto bits = static_cast<std::uintmax_t>(value);
         PutInteger(conversion, value < 0 ? 0 - bits : bits, value < 0);
     }
@@ -104,7 +104,7 @@ private:
     }
 
     void PutPointer(const Conversion& conversion) {
-        const void* pointer = va_arg(arguments_.list, const void*);
+        const void* pointer = va_arg(arguments.list, const void*);
         if (pointer == nullptr)
             PutField(conversion, std::string_view("(nil)"));
         else
@@ -113,9 +113,9 @@ private:
 
     void PutFloat(const Conversion& conversion) {
         if (conversion.size == ArgumentSize::LongDouble)
-            PutFloatOf(conversion, va_arg(arguments_.list, long double));
+            PutFloatOf(conversion, va_arg(arguments.list, long double));
         else
-            PutFloatOf(conversion, va_arg(arguments_.list, double));
+            PutFloatOf(conversion, va_arg(arguments.list, double));
     }
 
     // Kept apart for the sake of the stack: a long double needs 20 kB.
@@ -138,18 +138,18 @@ private:
         const bool padsWithZeros = conversion.zero && !conversion.left && number.padsWithZeros;
 
         if (!conversion.left && !padsWithZeros)
-            output_.Fill(' ', padding);
-        output_.Write(std::string_view(number.prefix, number.prefixLength));
-        output_.Fill('0', number.leadingZeros + (padsWithZeros ? padding : 0));
-        output_.Write(number.whole);
+            output.Fill(' ', padding);
+        output.Write(std::string_view(number.prefix, number.prefixLength));
+        output.Fill('0', number.leadingZeros + (padsWithZeros ? padding : 0));
+        output.Write(number.whole);
         if (number.hasPoint) {
-            output_.Write(point);
-            output_.Write(number.fraction);
-            output_.Fill('0', number.trailingZeros);
+            output.Write(point);
+            output.Write(number.fraction);
+            output.Fill('0', number.trailingZeros);
         }
-        output_.Write(number.exponent);
+        output.Write(number.exponent);
         if (conversion.left)
-            output_.Fill(' ', padding);
+            output.Fill(' ', padding);
     }
 
     /// True if the argument of a text conversion has the output's own width.
@@ -165,7 +165,7 @@ private:
     }
 
     void PutCharacter(Conversion conversion) {
-        const int argument = va_arg(arguments_.list, int);
+        const int argument = va_arg(arguments.list, int);
         const OtherChar other[2] = {static_cast<OtherChar>(argument)};
         // A NUL is written like other characters, and it alone can't cross as a text.
         if (IsOwnWidth(conversion) || other[0] == OtherChar{}) {
@@ -179,10 +179,10 @@ private:
 
     void PutText(const Conversion& conversion) {
         // One character more than fits is enough to fail.
-        std::size_t most = output_.Room() + 1;
+        std::size_t most = output.Room() + 1;
         if (conversion.hasPrecision)
             most = std::min(most, conversion.precision);
-        const void* argument = va_arg(arguments_.list, const void*);
+        const void* argument = va_arg(arguments.list, const void*);
         if (argument == nullptr) {
             PutField(conversion, std::string_view("(null)").substr(0, most));
         } else if (IsOwnWidth(conversion)) {
@@ -198,28 +198,28 @@ private:
         const std::size_t padding =
             conversion.width > text.size() ? conversion.width - text.size() : 0;
         if (!conversion.left)
-            output_.Fill(' ', padding);
-        output_.Write(text);
+            output.Fill(' ', padding);
+        output.Write(text);
         if (conversion.left)
-            output_.Fill(' ', padding);
+            output.Fill(' ', padding);
     }
 
     /// Text of the other width. Its length is known only when it has crossed.
     void PutCrossing(const Conversion& conversion, const OtherChar* text) {
-        const std::size_t start = output_.Count();
-        if (conversion.hasPrecision || !CrossWhole(output_, text))
-            CrossCharacters(output_, text,
+        const std::size_t start = output.Count();
+        if (conversion.hasPrecision || !CrossWhole(output, text))
+            CrossCharacters(output, text,
                             conversion.hasPrecision ? conversion.precision : SIZE_MAX);
-        const std::size_t length = output_.Count() - start;
+        const std::size_t length = output.Count() - start;
         const std::size_t padding = conversion.width > length ? conversion.width - length : 0;
         if (conversion.left)
-            output_.Fill(' ', padding);
+            output.Fill(' ', padding);
         else
-            output_.Indent(start, padding);
+            output.Indent(start, padding);
     }
 
-    Output<Char>& output_;
-    Arguments& arguments_;
+    Output<Char>& output;
+    Arguments& arguments;
 };
 
 template <class Char>

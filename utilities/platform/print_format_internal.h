@@ -83,23 +83,22 @@ inline void StoreCount(Arguments& arguments, ArgumentSize size, std::size_t coun
 template <class Char>
 class ConversionReader {
 public:
-    ConversionReader(const Char* format, Arguments& arguments)
-        : at_(format), arguments_(arguments) {}
+    ConversionReader(const Char* format, Arguments& source) : at(format), arguments(source) {}
 
     /// Behind the conversion, or at the format's end.
-    const Char* At() const { return at_; }
+    const Char* At() const { return at; }
 
     /// The type is NUL where the format ends too early or goes on outside ASCII.
     Conversion Read() {
         Conversion conversion;
         while (ReadFlag(conversion))
-            ++at_;
+            ++at;
         ReadWidth(conversion);
         if (Accept('.'))
             ReadPrecision(conversion);
         conversion.size = ReadSize();
-        if (*at_ != Char{}) {
-            const auto type = static_cast<std::make_unsigned_t<Char>>(*at_++);
+        if (*at != Char{}) {
+            const auto type = static_cast<std::make_unsigned_t<Char>>(*at++);
             conversion.type = type < 0x80 ? static_cast<char>(type) : '\0';
         }
         return conversion;
@@ -107,14 +106,14 @@ public:
 
 private:
     bool Accept(char expected) {
-        if (*at_ != static_cast<Char>(expected))
+        if (*at != static_cast<Char>(expected))
             return false;
-        ++at_;
+        ++at;
         return true;
     }
 
     bool ReadFlag(Conversion& conversion) const {
-        switch (*at_) {
+        switch (*at) {
             case '-':
                 return conversion.left = true;
             case '+':
@@ -132,8 +131,8 @@ private:
 
     std::size_t ReadCount() {
         std::size_t count = 0;
-        for (; *at_ >= '0' && *at_ <= '9'; ++at_)
-            count = std::min(count * 10 + static_cast<std::size_t>(*at_ - '0'), TOO_LONG);
+        for (; *at >= '0' && *at <= '9'; ++at)
+            count = std::min(count * 10 + static_cast<std::size_t>(*at - '0'), TOO_LONG);
         return count;
     }
 
@@ -142,7 +141,7 @@ private:
             conversion.width = ReadCount();
             return;
         }
-        const long long width = va_arg(arguments_.list, int);
+        const long long width = va_arg(arguments.list, int);
         conversion.left = conversion.left || width < 0;
         conversion.width = static_cast<std::size_t>(width < 0 ? -width : width);
     }
@@ -153,43 +152,43 @@ private:
             conversion.precision = ReadCount();
             return;
         }
-        const int precision = va_arg(arguments_.list, int);
+        const int precision = va_arg(arguments.list, int);
         conversion.hasPrecision = precision >= 0;
         conversion.precision = static_cast<std::size_t>(std::max(precision, 0));
     }
 
     ArgumentSize ReadSize() {
-        switch (*at_) {
+        switch (*at) {
             case 'h':
-                ++at_;
+                ++at;
                 return Accept('h') ? ArgumentSize::Char : ArgumentSize::Short;
             case 'l':
-                ++at_;
+                ++at;
                 return Accept('l') ? ArgumentSize::LongLong : ArgumentSize::Long;
             case 'j':
-                ++at_;
+                ++at;
                 return ArgumentSize::Max;
             case 'z':
-                ++at_;
+                ++at;
                 return ArgumentSize::Size;
             case 't':
-                ++at_;
+                ++at;
                 return ArgumentSize::Difference;
             case 'L':
-                ++at_;
+                ++at;
                 return ArgumentSize::LongDouble;
             case 'I':
-                if (at_[1] != '6' || at_[2] != '4')
+                if (at[1] != '6' || at[2] != '4')
                     return ArgumentSize::Default;
-                at_ += 3;
+                at += 3;
                 return ArgumentSize::LongLong;
             default:
                 return ArgumentSize::Default;
         }
     }
 
-    const Char* at_;
-    Arguments& arguments_;
+    const Char* at;
+    Arguments& arguments;
 };
 
 }  // namespace platform

@@ -15,16 +15,16 @@ template <class Char>
 class Output {
 public:
     Output(Char* buffer, std::size_t limit)
-        : begin_(buffer), limit_(std::min(limit, TOO_LONG - 1)) {}
+        : begin(buffer), capacity(std::min(limit, TOO_LONG - 1)) {}
 
-    std::size_t Count() const { return count_; }
-    std::size_t Room() const { return limit_ - count_; }
-    Char* End() { return begin_ + count_; }
-    bool Failed() const { return failed_; }
-    void Fail() { failed_ = true; }
+    std::size_t Count() const { return used; }
+    std::size_t Room() const { return capacity - used; }
+    Char* End() { return begin + used; }
+    bool Failed() const { return failed; }
+    void Fail() { failed = true; }
 
     /// Takes in what was written at the end.
-    void Advance(std::size_t count) { count_ += count; }
+    void Advance(std::size_t count) { used += count; }
 
     void Fill(char character, std::size_t count) {
         if (!Fits(count))
@@ -46,7 +46,7 @@ public:
     void Indent(std::size_t start, std::size_t count) {
         if (!Fits(count))
             return;
-        Char* const text = begin_ + start;
+        Char* const text = begin + start;
         std::copy_backward(text, End(), End() + count);
         std::fill_n(text, count, Char{' '});
         Advance(count);
@@ -54,14 +54,14 @@ public:
 
 private:
     bool Fits(std::size_t count) {
-        failed_ = failed_ || count > Room();
-        return !failed_;
+        failed = failed || count > Room();
+        return !failed;
     }
 
-    Char* begin_;
-    std::size_t limit_;
-    std::size_t count_ = 0;
-    bool failed_ = false;
+    Char* begin;
+    std::size_t capacity;
+    std::size_t used = 0;
+    bool failed = false;
 };
 
 }  // namespace platform

@@ -16,33 +16,33 @@ public:
 
 private:
     platform::Handle Mutex() {
-        platform::Handle const mutex = mutex_.load(std::memory_order_acquire);
+        platform::Handle const mutex = published.load(std::memory_order_acquire);
         return mutex != nullptr ? mutex : Make();
     }
     platform::Handle Make() {
         platform::Handle const made = platform::CreateMutexA();
         platform::Handle mutex = nullptr;
-        if (mutex_.compare_exchange_strong(mutex, made, std::memory_order_acq_rel))
+        if (published.compare_exchange_strong(mutex, made, std::memory_order_acq_rel))
             return made;
         platform::CloseHandle(made);
         return mutex;
     }
 
-    std::atomic<platform::Handle> mutex_{nullptr};
+    std::atomic<platform::Handle> published{nullptr};
 };
 
 /// Holds `lock` for a few steps, in which the thread is neither killed nor suspended: nobody ever
 /// waits for a holder that doesn't run.
 class HeldOffLock {
 public:
-    explicit HeldOffLock(StaticLock& lock) : lock_(lock) { lock_.Take(); }
-    ~HeldOffLock() { lock_.GiveBack(); }
+    explicit HeldOffLock(StaticLock& held) : lock(held) { lock.Take(); }
+    ~HeldOffLock() { lock.GiveBack(); }
     HeldOffLock(const HeldOffLock&) = delete;
     HeldOffLock& operator=(const HeldOffLock&) = delete;
 
 private:
-    platform::HoldOff holdOff_;
-    StaticLock& lock_;
+    platform::HoldOff holdOff;
+    StaticLock& lock;
 };
 
 #endif

@@ -31,7 +31,7 @@ public:
     Hold& operator=(const Hold&) = delete;
 
 private:
-    platform::HoldOff holdOff_;
+    platform::HoldOff holdOff;
 };
 
 /// What fields mean, and the standard time with which they were read.

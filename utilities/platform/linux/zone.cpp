@@ -33,36 +33,36 @@ std::size_t Zone::IndexAt(std::int64_t instant) const {
     const auto isBefore = [](std::int64_t value, const ZoneSpan& span) {
         return value < span.from;
     };
-    const auto first = spans_.begin() + 1;
-    const auto end = spans_.begin() + static_cast<std::ptrdiff_t>(count_);
+    const auto first = spans.begin() + 1;
+    const auto end = spans.begin() + static_cast<std::ptrdiff_t>(count);
     return static_cast<std::size_t>(std::upper_bound(first, end, instant, isBefore) - first);
 }
 
 void Zone::Begin(const ZoneClock& clock) {
-    spans_[0] = {std::numeric_limits<std::int64_t>::min(), clock, 0};
-    count_ = 1;
+    spans[0] = {std::numeric_limits<std::int64_t>::min(), clock, 0};
+    count = 1;
 }
 
 void Zone::Add(std::int64_t from, const ZoneClock& clock) {
     // Clocks up to 26 hours ahead or behind show the first and last instants.
     constexpr std::int64_t REACH = 2 * 86'400;
     const bool isFirst = from < std::numeric_limits<std::int32_t>::min() - REACH;
-    if (isFirst && count_ == 1)
+    if (isFirst && count == 1)
         return Begin(clock);
     if (from > std::numeric_limits<std::int32_t>::max() + REACH || from < LastFrom())
         return;
-    if (from > LastFrom() && count_ == spans_.size())
+    if (from > LastFrom() && count == spans.size())
         return;
     if (from > LastFrom())
-        ++count_;
-    spans_[count_ - 1] = {from, clock, 0};
+        ++count;
+    spans[count - 1] = {from, clock, 0};
 }
 
 void Zone::Finish() {
     const auto isStandard = [](const ZoneSpan& span) { return !span.clock.isDaylight; };
-    const auto end = spans_.begin() + static_cast<std::ptrdiff_t>(count_);
+    const auto end = spans.begin() + static_cast<std::ptrdiff_t>(count);
     const ZoneSpan* before = nullptr;
-    for (auto span = spans_.begin(); span != end; ++span) {
+    for (auto span = spans.begin(); span != end; ++span) {
         if (isStandard(*span)) {
             before = &*span;
             span->standard = span->clock.offset;

@@ -31,13 +31,12 @@ public:
     /// The index of the span that holds `instant`.
     std::size_t IndexAt(std::int64_t instant) const;
 
-    const ZoneSpan& operator[](std::size_t index) const { return spans_[index]; }
-    std::size_t Count() const { return count_; }
+    const ZoneSpan& operator[](std::size_t index) const { return spans[index]; }
+    std::size_t Count() const { return count; }
 
     /// Where the span ends.
     std::int64_t EndOf(std::size_t index) const {
-        return index + 1 < count_ ? spans_[index + 1].from
-                                  : std::numeric_limits<std::int64_t>::max();
+        return index + 1 < count ? spans[index + 1].from : std::numeric_limits<std::int64_t>::max();
     }
 
     /// Starts anew, with the clock of the beginning.
@@ -51,11 +50,11 @@ public:
     void Finish();
 
     /// From when the last clock is in force.
-    std::int64_t LastFrom() const { return spans_[count_ - 1].from; }
+    std::int64_t LastFrom() const { return spans[count - 1].from; }
 
 private:
-    std::array<ZoneSpan, 640> spans_;
-    std::size_t count_;
+    std::array<ZoneSpan, 640> spans;
+    std::size_t count;
 };
 
 /// A copy of a clock's name that is there for as long as the library is. Empty once about 600

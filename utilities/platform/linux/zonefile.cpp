@@ -33,29 +33,29 @@ std::int64_t BigEndian(const char* bytes, std::size_t size) {
 class ZoneBlock {
 public:
     /// False where `bytes` doesn't begin with a whole block.
-    bool Find(std::string_view bytes, std::size_t timeSize) {
+    bool Find(std::string_view bytes, std::size_t sizeOfTime) {
         if (bytes.size() < HEADER_SIZE || bytes.substr(0, 4) != "TZif")
             return false;
         std::array<std::size_t, 6> counts;
         for (std::size_t i = 0; i < counts.size(); ++i)
             counts[i] = static_cast<std::uint32_t>(BigEndian(&bytes[20 + 4 * i], 4));
         const auto [utCount, standardCount, leapCount, times, types, names] = counts;
-        timeSize_ = timeSize;
-        timeCount_ = times;
-        typeCount_ = types;
-        namesSize_ = names;
-        typesAt_ = times * (timeSize + 1);
-        size_ = typesAt_ + types * TYPE_SIZE + names + leapCount * (timeSize + 4) + standardCount +
-                utCount;
-        if (types == 0 || size_ > bytes.size() - HEADER_SIZE)
+        timeSize = sizeOfTime;
+        timeCount = times;
+        typeCount = types;
+        namesSize = names;
+        typesAt = times * (sizeOfTime + 1);
+        size = typesAt + types * TYPE_SIZE + names + leapCount * (sizeOfTime + 4) + standardCount +
+               utCount;
+        if (types == 0 || size > bytes.size() - HEADER_SIZE)
             return false;
-        data_ = bytes.substr(HEADER_SIZE, size_);
-        version_ = bytes[4];
+        data = bytes.substr(HEADER_SIZE, size);
+        version = bytes[4];
         return true;
     }
 
-    std::size_t Size() const { return HEADER_SIZE + size_; }
-    char Version() const { return version_; }
+    std::size_t Size() const { return HEADER_SIZE + size; }
+    char Version() const { return version; }
 
     bool Fill(Zone& zone) const {
         ZoneClock clock;
@@ -63,9 +63,9 @@ public:
             return false;
         zone.Begin(clock);
         std::int64_t before = 0;
-        for (std::size_t i = 0; i < timeCount_; ++i) {
-            const std::int64_t from = BigEndian(&data_[i * timeSize_], timeSize_);
-            const char type = data_[timeCount_ * timeSize_ + i];
+        for (std::size_t i = 0; i < timeCount; ++i) {
+            const std::int64_t from = BigEndian(&data[i * timeSize], timeSize);
+            const char type = data[timeCount * timeSize + i];
             if ((i > 0 && from <= before) || !Clock(static_cast<unsigned char>(type), clock))
                 return false;
             zone.Add(from, clock);
@@ -76,10 +76,10 @@ public:
 
 private:
     bool Clock(std::size_t type, ZoneClock& clock) const {
-        if (type >= typeCount_)
+        if (type >= typeCount)
             return false;
-        const char* const fields = &data_[typesAt_ + type * TYPE_SIZE];
-        const std::string_view names = data_.substr(typesAt_ + typeCount_ * TYPE_SIZE, namesSize_);
+        const char* const fields = &data[typesAt + type * TYPE_SIZE];
+        const std::string_view names = data.substr(typesAt + typeCount * TYPE_SIZE, namesSize);
         const std::size_t name = static_cast<unsigned char>(fields[5]);
         const std::int64_t offset = BigEndian(fields, 4);
         if (name >= names.size() || offset < -MOST_OFFSET || offset > MOST_OFFSET)
@@ -90,10 +90,10 @@ private:
         return true;
     }
 
-    std::string_view data_;
-    std::size_t timeSize_ = 0, timeCount_ = 0, typeCount_ = 0, namesSize_ = 0;
-    std::size_t typesAt_ = 0, size_ = 0;
-    char version_ = '\0';
+    std::string_view data;
+    std::size_t timeSize = 0, timeCount = 0, typeCount = 0, namesSize = 0;
+    std::size_t typesAt = 0, size = 0;
+    char version = '\0';
 };
 
 /// Behind the second block stands, between two line ends, the rule for what comes after.

@@ -18,9 +18,9 @@ bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 /// Takes a rule from the front of a text, piece by piece. Each piece tells whether it was there.
 class RuleReader {
 public:
-    explicit RuleReader(std::string_view text) : rest_(text) {}
+    explicit RuleReader(std::string_view text) : rest(text) {}
 
-    bool IsAtEnd() const { return rest_.empty(); }
+    bool IsAtEnd() const { return rest.empty(); }
 
     bool Rule(ZoneRule& rule) {
         std::int32_t west = 0;
@@ -37,27 +37,27 @@ private:
         if (!Name(rule.daylight.name))
             return false;
         std::int32_t west = -rule.standard.offset - 3600;
-        if (!IsAtEnd() && rest_[0] != ',' && !Time(west, 24))
+        if (!IsAtEnd() && rest[0] != ',' && !Time(west, 24))
             return false;
         rule.daylight.offset = -west;
         rule.daylight.isDaylight = true;
         if (IsAtEnd())
-            rest_ = USUAL_CHANGES;
+            rest = USUAL_CHANGES;
         return Change(rule.start) && Change(rule.end) && IsAtEnd();
     }
 
     bool Skip(char wanted) {
-        if (IsAtEnd() || rest_[0] != wanted)
+        if (IsAtEnd() || rest[0] != wanted)
             return false;
-        rest_.remove_prefix(1);
+        rest.remove_prefix(1);
         return true;
     }
 
     bool Number(int& number, int least, int most) {
         std::size_t length = 0;
-        for (number = 0; length < rest_.size() && IsDigit(rest_[length]) && length < 4; ++length)
-            number = number * 10 + (rest_[length] - '0');
-        rest_.remove_prefix(length);
+        for (number = 0; length < rest.size() && IsDigit(rest[length]) && length < 4; ++length)
+            number = number * 10 + (rest[length] - '0');
+        rest.remove_prefix(length);
         return length > 0 && number >= least && number <= most;
     }
 
@@ -66,11 +66,11 @@ private:
         const bool isQuoted = Skip('<');
         const auto isOutside = [isQuoted](char c) { return isQuoted ? c == '>' : !IsLetter(c); };
         const auto length = static_cast<std::size_t>(
-            std::find_if(rest_.begin(), rest_.end(), isOutside) - rest_.begin());
+            std::find_if(rest.begin(), rest.end(), isOutside) - rest.begin());
         if (length < 3)
             return false;
-        name = KeepName(rest_.substr(0, length));
-        rest_.remove_prefix(length);
+        name = KeepName(rest.substr(0, length));
+        rest.remove_prefix(length);
         return !isQuoted || Skip('>');
     }
 
@@ -104,7 +104,7 @@ private:
         return Skip(',') && Date(change) && (!Skip('/') || Time(change.time, 167));
     }
 
-    std::string_view rest_;
+    std::string_view rest;
 };
 
 int YearOf(std::int64_t instant) {
