@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <functional>
 #include <map>
@@ -58,15 +57,11 @@ std::string Result(unsigned int requested, const std::string& script) {
     TestCache cache(requested);
     CacheNode* node = nullptr;
     using Number = unsigned int;
-    const auto give = [&](CacheNode* given) {
-        cache.written += given == nullptr ? "! " : "";
-        node = given;
-    };
     const std::map<char, std::function<void(Number)>> steps = {
-        {'w', [&](Number id) { give(cache.addNodeID_ToWC(id)); }},
-        {'r', [&](Number id) { give(cache.addNodeID_ToRC(id)); }},
-        {'s', [&](Number id) { give(cache.searchNodeID_InWC(id)); }},
-        {'q', [&](Number id) { give(cache.searchNodeID_InRC(id)); }},
+        {'w', [&](Number id) { node = cache.addNodeID_ToWC(id); }},
+        {'r', [&](Number id) { node = cache.addNodeID_ToRC(id); }},
+        {'s', [&](Number id) { node = cache.searchNodeID_InWC(id); }},
+        {'q', [&](Number id) { node = cache.searchNodeID_InRC(id); }},
         {'#', [&](Number id) { node->setNodeID(id); }},
         {'=', [&](Number data) { *node->getNodeData() = static_cast<unsigned char>(data); }},
         {'*', [&](Number state) { node->setNodeState(static_cast<int>(state)); }},
@@ -75,8 +70,10 @@ std::string Result(unsigned int requested, const std::string& script) {
         {'R', [&](Number count) { cache.resizeCache(count); }}};
     std::istringstream in(script);
     char step = 0;
-    for (Number number = 0; in >> step >> number;)
+    for (Number number = 0; in >> step >> number;) {
         steps.at(step)(number);
+        cache.written += (step == 's' || step == 'q') && node == nullptr ? "! " : "";
+    }
     return cache.written + "| " + Text(cache.writeCache) + "| " + Text(cache.readCache) + "| " +
            std::to_string(cache.minNodeID) + "-" + std::to_string(cache.maxNodeID) + " " +
            std::to_string(cache.freeNodes);
@@ -115,82 +112,73 @@ TEST(CacheManager, AddsFindsMovesAndForgets) {
 }
 
 TEST(CacheManager, SizesByItsRule) {
-    const std::array<unsigned int, 3> ROWS[] = {{3, 3, 3},           {4, 24, 23},
-                                                {4980, 5000, 23},    {4981, 5000, 23},
-                                                {0xFFFFFFEC, 0, 23}, {0xFFFFFFFF, 19, 23}};
-    for (const auto& [requested, amount, amountWithoutRequest] : ROWS) {
+    const std::pair<unsigned int, unsigned int> ROWS[] = {
+        {3, 3}, {4, 24}, {4980, 5000}, {4981, 5000}, {0xFFFFFFEC, 0}, {0xFFFFFFFF, 19}};
+    for (const auto& [requested, amount] : ROWS) {
         TestCache cache(requested);
         EXPECT_EQ(cache.writeCache.size(), amount) << requested;
         EXPECT_EQ(cache.readCache.size(), amount / 2) << requested;
-        cache.useRequestedAmount = false;
-        EXPECT_EQ(cache.determineNodesAmount(requested), amountWithoutRequest) << requested;
-        cache.useRequestedAmount = true;
         cache.resizeCache(49);
         EXPECT_EQ(cache.getAllocatedNodes(), 24u) << requested;
+        cache.useRequestedAmount = false;
+        EXPECT_EQ(cache.determineNodesAmount(requested), requested == 3 ? 3u : 23u) << requested;
     }
 }
 
 // Nodes tell by their data which ones they are.
 TEST(CacheManager, FindsTheNodesThatAWalkWould) {
-    std::mt19937 random(1);
-    const auto any = [&](int count) { return static_cast<int>(random() % 9973) % count; };
-    const auto anyID = [&] { return static_cast<unsigned int>(any(150)); };
+    std::linear_congruential_engine<std::uint32_t, 48271, 0, 2147483647> random(1);
+    const auto any = [&](unsigned int count) { return random() % count; };
     const auto first = [](auto&& nodes, auto ask, auto answer) {
         const auto found = std::ranges::find(nodes, answer, ask);
         return found == std::ranges::end(nodes) ? -1 : *found->getNodeData();
     };
     TestCache cache(100);
     for (int i = 0; i < 50000; ++i) {
-        const unsigned int id = anyID();
+        const unsigned int id = any(150);
         const auto last = [&](auto& nodes) {
             return first(nodes | std::views::reverse, &CacheNode::getNodeID, id);
         };
-        const bool isInRange = id >= cache.minNodeID && id <= cache.maxNodeID;
+        const bool isInRange = id >= cache.minNodeID && id <= cache.maxNodeID, reads = any(2) == 0;
         const int changed = isInRange ? last(cache.writeCache) : -1;
-        const int readable = changed != -1 ? changed : last(cache.readCache);
-        const bool reads = any(2) == 0;
+        const int wanted = reads && changed == -1 ? last(cache.readCache) : changed;
         const CacheNode* const found =
             reads ? cache.searchNodeID_InRC(id) : cache.searchNodeID_InWC(id);
-        ASSERT_EQ(found != nullptr ? *found->getNodeData() : -1, reads ? readable : changed) << i;
+        ASSERT_EQ(found != nullptr ? *found->getNodeData() : -1, wanted) << i;
 
         const int clean = first(cache.writeCache, &CacheNode::getNodeState, 0);
-        CacheNode* const added = cache.addNodeID_ToWC(anyID());
+        CacheNode* const added = cache.addNodeID_ToWC(any(150));
         ASSERT_TRUE(clean == -1 || clean == *added->getNodeData()) << i;
         *added->getNodeData() = static_cast<unsigned char>(i);
-        added->setNodeID(any(4) == 0 ? anyID() : added->getNodeID());
-        added->setNodeState(any(2));
+        if (any(4) == 0)
+            added->setNodeID(any(150));
+        added->setNodeState(static_cast<int>(any(2)));
         if (any(1000) == 0)
-            cache.resizeCache(10 * anyID());
+            cache.resizeCache(10 * any(150));
+        if (any(100) == 0 && !cache.readCache.empty())  // A derived class may move a node.
+            cache.writeCache.splice(cache.writeCache.begin(), cache.readCache,
+                                    cache.readCache.begin());
     }
 }
 
-TEST(CacheManager, TakesNodesFromAnotherOfItsLists) {
-    TestCache cache(0);
-    cache.writeCache.splice(cache.writeCache.begin(), cache.readCache);
-    const CacheNode* const added[] = {cache.addNodeID_ToWC(6), cache.addNodeID_ToRC(9)};
-    EXPECT_EQ(added[0], cache.searchNodeID_InWC(6));
-    EXPECT_EQ(added[1], cache.searchNodeID_InRC(9));
-}
-
 TEST(CacheNode, OwnsItsBlock) {
-    CacheNode source(3), target(3);
+    CacheNode source(2), target(2);
     source.setNodeID(5);
     source.setNodeState(-1);
-    source.getNodeData()[2] = 'c';
+    std::copy_n("=c", 2, source.getNodeData());
     const CacheNode copy(source);
     target = source;
     source = CacheNode();
     EXPECT_EQ(source.getNodeDataSize(), 0u);
     for (const CacheNode* const node : {&copy, &std::as_const(target)})
-        EXPECT_EQ(std::tuple(node->getNodeID(), node->getNodeState(), node->getNodeData()[2]),
-                  std::tuple(5u, -1, 'c'));
+        EXPECT_EQ(Text(Nodes(1, *node)) + char(node->getNodeData()[1]), "5=61*-1 c");
 }
 
 TEST(CacheManager, IsWholeWhenAMovingThreadIsKilled) {
     static TestCache cache(0);
     static std::atomic<int> moves;
-    cache.addNodeID_ToWC(1), cache.addNodeID_ToWC(2);
-    testing::internal::CaptureStdout();
+    for (const unsigned int id : {1u, 2u})
+        cache.addNodeID_ToWC(id);
     for (int round = 0; round < 20; ++round) {
         SystemThread mover("mover", [](SystemThread*) -> unsigned int {
             for (unsigned int id = 1;; id = 3 - id, ++moves)
@@ -207,7 +195,6 @@ TEST(CacheManager, IsWholeWhenAMovingThreadIsKilled) {
         cache.mruLock.Unlock();
         ASSERT_EQ(std::distance(cache.writeCache.rbegin(), cache.writeCache.rend()), 3);
     }
-    testing::internal::GetCapturedStdout();
     std::ostringstream list;
     showMutexList(list, true);
     EXPECT_NE(list.str().find("CM_MRU_CTL\t"), std::string::npos);

@@ -4,21 +4,18 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstring>
 #include <map>
 #include <sstream>
-#include <vector>
+#include <tuple>
+#include <utility>
 
 #include "tests/support/frozen_clock.h"
 #include "tests/support/scratch.h"
 
 namespace {
 
-constexpr unsigned int HEADER = 3;
-constexpr unsigned int RECORD = 4;
-constexpr int PROCESSES = 4;
-constexpr int CYCLES = 2000;
+constexpr int HEADER = 3, RECORD = 4;
 
 using ReadMode = BinaryFile::E_BF_READMODE;
 
@@ -54,35 +51,14 @@ protected:
         const int probe = open(path.c_str(), O_RDWR | O_CLOEXEC);
         std::string locked;
         for (int part = 0; part < 6; ++part) {
-            struct flock range {};
-            range.l_type = F_WRLCK;
-            range.l_start = part == 0 ? 0 : int{HEADER} + (part - 1) * int{RECORD};
-            range.l_len = part == 0 ? HEADER : RECORD;
+            const int start = part == 0 ? 0 : HEADER + (part - 1) * RECORD;
+            struct flock range = {F_WRLCK, SEEK_SET, start, part == 0 ? HEADER : RECORD, 0};
             EXPECT_EQ(fcntl(probe, F_OFD_GETLK, &range), 0);
             if (range.l_type != F_UNLCK)
                 locked += "h12345"[part];
         }
         close(probe);
         return locked;
-    }
-
-    /// Lets several processes do `cycle` again and again at the same time, each with its letter in
-    /// the record's buffer.
-    template <typename Cycle>
-    std::vector<pid_t> StartWriters(int mode, Cycle cycle) const {
-        std::vector<pid_t> children;
-        for (int i = 0; i < PROCESSES; ++i) {
-            children.push_back(StartProcess([&, i] {
-                BinaryFile file(RECORD, 0);
-                Open(file, mode);
-                std::fill_n(file.getRecordBuffer(), RECORD, static_cast<unsigned char>('a' + i));
-                int done = 0;
-                while (done < CYCLES && cycle(file) == RECORD)
-                    ++done;
-                return done == CYCLES ? 0 : 1;
-            }));
-        }
-        return children;
     }
 
     ScratchDirectory scratch;
@@ -108,7 +84,6 @@ TEST_F(BinaryFileTest, ReadsWritesAndLocksAsItsModeAllows) {
                 {4, ALONE, "c c", "4@1 4@2 ", "", "aaaabbbb"},
                 {0, SHARED, "r0 m2 r2 m1 m1 r4 m0 m2 m3 m77",
                  "0@0 0@0 4@2 4@3 0@3 0@3 4@1 0@1 4@3 4@3 ", "", OLD},
-                {1, SHARED, "r3", "4@3 ", "3", OLD},
                 {1, ALONE, "r9 r3", "0@0 4@3 ", "", OLD},
                 {1, ALONE, "r3 R W", "4@3 3@3 3@3 ", "", "ccc111122223333"},
                 {9, ALONE, "r3 W c w1", "4@3 -3@3 -3@3 -3@3 ", "", OLD},
@@ -138,13 +113,12 @@ TEST_F(BinaryFileTest, ReadsWritesAndLocksAsItsModeAllows) {
             }
             const int result = Do(file, step);
             told += std::to_string(result) + '@' + std::to_string(file.getCurrentRecord()) + ' ';
-            EXPECT_TRUE(!reads || result < int{RECORD} ||
+            EXPECT_TRUE(!reads || result < RECORD ||
                         file.getRecordBuffer()[3] == '0' + file.getCurrentRecord())
                 << steps;
         }
-        EXPECT_EQ(told, results) << mode << ' ' << steps;
-        EXPECT_EQ(Locked(), locked) << mode << ' ' << steps;
-        EXPECT_EQ(ReadFile(path), content) << mode << ' ' << steps;
+        EXPECT_EQ(std::tuple(told, Locked(), ReadFile(path)), std::tuple(results, locked, content))
+            << mode << ' ' << steps;
     }
 }
 
@@ -172,60 +146,43 @@ TEST_F(BinaryFileTest, LetsOpenersInThatGoTogether) {
     }
 }
 
-TEST_F(BinaryFileTest, CountsWholeRecordsOnly) {
+TEST_F(BinaryFileTest, CountsWholeRecordsOfWhatItCanOpen) {
     const struct {
-        const char* content;
+        std::string name, content;
         unsigned int header, record, count;
-        int bytes;
-    } ROWS[] = {{"hdr1111222", 3, 4, 1, 3},
-                {"hdr", 3, 4, 0, 3},
-                {"hd", 3, 4, 0, 2},
-                {"11112222", 0, 4, 2, 0},
-                {"hdr1111", 3, 0, 0, 3}};
-    for (const auto& [content, header, record, count, bytes] : ROWS) {
+        int opened, bytes;
+    } ROWS[] = {{path, "hdr1111222", 3, 4, 1, 0, 3},
+                {path, "hdr", 3, 4, 0, 0, 3},
+                {path, "hd", 3, 4, 0, 0, 2},
+                {path, "11112222", 0, 4, 2, 0, 0},
+                {path, "hdr1111", 3, 0, 0, 0, 3},
+                {"", "", 3, 4, 0, -2, -1},
+                {scratch / "missing", "", 3, 4, 0, -1, -1},
+                {scratch / ".", "", 3, 4, 0, -1, -1},
+                {scratch / "no/file", "", 3, 4, 0, -1, -1}};
+    for (const auto& [name, content, header, record, count, opened, bytes] : ROWS) {
         WriteFile(path, content);
-        BinaryFile file(record, 0);
-        ASSERT_EQ(file.openFile(path, BinaryFile::BF_EXTEND, BinaryFile::BF_DENYNO, header), 0);
+        BinaryFile file(record, 1);
+        EXPECT_EQ(file.openFile(name, BinaryFile::BF_EXTEND, BinaryFile::BF_DENYNO, header), opened)
+            << name;
+        EXPECT_TRUE(opened == 0 ? file.isOpen() && file.getHeaderSize() == header
+                                : !file.isOpen() && file.getHeaderSize() == 1)
+            << name;
         EXPECT_EQ(file.getRecordCount(), count) << content;
-        EXPECT_EQ(file.readFile(1), count > 0 ? static_cast<int>(record) : 0) << content;
+        EXPECT_EQ(file.readFile(1), count > 0 ? RECORD : 0) << content;
         EXPECT_EQ(file.readHeader(), bytes) << content;
-        EXPECT_EQ(std::memcmp(file.getHeaderBuffer(), content, std::size_t(bytes)), 0) << content;
+        EXPECT_TRUE(bytes < 0 ||
+                    std::equal(content.begin(), content.begin() + bytes, file.getHeaderBuffer()))
+            << content;
     }
-}
-
-TEST_F(BinaryFileTest, StaysClosedWhereItCannotOpen) {
-    const std::pair<std::string, int> ROWS[] = {
-        {"", -2}, {scratch / "missing", -1}, {scratch / ".", -1}, {scratch / "no/file", -1}};
-    for (const auto& [name, result] : ROWS) {
-        BinaryFile file(RECORD, HEADER);
-        EXPECT_EQ(file.openFile(name, BinaryFile::BF_READONLY, BinaryFile::BF_DENYNO, 9), result);
-        EXPECT_TRUE(!file.isOpen() && file.getHeaderSize() == HEADER && file.closeFile() == 0);
-    }
-}
-
-TEST_F(BinaryFileTest, LeavesNothingOfARecordForWhichThereIsNoRoom) {
-    const pid_t child = StartProcess([&] {
-        LimitFiles(22);
-        BinaryFile file(RECORD, 0);
-        Open(file, BinaryFile::BF_APPEND);
-        std::fill_n(file.getRecordBuffer(), RECORD, static_cast<unsigned char>('4'));
-        return file.writeCurrent() == 4 && file.writeCurrent() == -1 &&
-               file.getRecordCount() == 4 && file.getCurrentRecord() == 4;
-    });
-    EXPECT_EQ(EndOf(child), 1);
-    EXPECT_EQ(ReadFile(path), "hdr1111222233334444");
-    BinaryFile full(RECORD, 0);
-    ASSERT_EQ(full.openFile("/dev/full", BinaryFile::BF_EXTEND, BinaryFile::BF_DENYNO, 0), 0);
-    EXPECT_EQ(full.writeFile(1), -1);
-    EXPECT_TRUE(full.getRecordCount() == 0 && full.getCurrentRecord() == 1);
 }
 
 TEST_F(BinaryFileTest, GivesUpTenSecondsAfterAnothersLock) {
     frozenTime = BEFORE_THE_WRAP;
-    BinaryFile holder(RECORD, 0), other(RECORD, 0);
+    BinaryFile holder(RECORD, 0), other(RECORD, 0), third(RECORD, 0);
     EXPECT_EQ(holder.openFile(path, BinaryFile::BF_UPDATE, BinaryFile::BF_DENYNO, 99), 0);
-    EXPECT_TRUE(Open(other, BinaryFile::BF_EXTEND) == 0 && other.readFile(1) == RECORD &&
-                other.writeFile(1) == RECORD);
+    EXPECT_EQ(Open(other, BinaryFile::BF_EXTEND) + Open(third, BinaryFile::BF_EXTEND), 0);
+    EXPECT_EQ(Do(other, "r1") + Do(other, "w1"), 2 * RECORD);
     EXPECT_EQ(holder.readHeader(), 15);  // Holds also what is to be added.
     const std::pair<const char*, int> ROWS[] = {
         {"r2", -10}, {"w2", -10}, {"w4", -10}, {"R", -9}, {"W", -9}};
@@ -233,31 +190,19 @@ TEST_F(BinaryFileTest, GivesUpTenSecondsAfterAnothersLock) {
         const long start = frozenTime;
         EXPECT_EQ(Do(other, step), result) << step;
         EXPECT_EQ((frozenTime - start) / 100, 100) << step;
-        EXPECT_TRUE(other.getLockedRecord() == 0 && other.getRecordBuffer()[0] == '1');
+        EXPECT_TRUE(other.getLockedRecord() == 0 && other.getRecordBuffer()[0] == '1') << step;
     }
+    // What was added while it waited for the lock stays whole.
+    atPause = [&] { EXPECT_TRUE(holder.closeFile() == 0 && Do(third, "w4") == RECORD); };
+    EXPECT_EQ(Do(other, "w4"), RECORD);
+    EXPECT_EQ(ReadFile(path), std::string("hdr111122223333\0\0\0\0"
+                                          "1111",
+                                          23));
     // What can't succeed isn't waited for.
     other.closeFile();
     const long start = frozenTime;
     EXPECT_EQ(other.writeFile(1), -10);
     EXPECT_EQ(std::exchange(frozenTime, -1), start);
-}
-
-TEST_F(BinaryFileTest, KeepsEachAppendedRecordWhole) {
-    for (const int mode : {BinaryFile::BF_APPEND, BinaryFile::BF_EXTEND}) {
-        WriteFile(path, "hdr");
-        for (const pid_t child : StartWriters(mode, [mode](BinaryFile& file) {
-                 return mode == BinaryFile::BF_APPEND ? file.writeCurrent()
-                                                      : file.writeFile(1000000);
-             }))
-            EXPECT_EQ(EndOf(child), 0);
-        const std::string content = ReadFile(path);
-        for (std::size_t at = HEADER; at < content.size(); at += RECORD)
-            ASSERT_EQ(content.substr(at, RECORD), std::string(RECORD, content[at]));
-        for (int i = 0; i < PROCESSES; ++i)
-            EXPECT_EQ(std::count(content.begin() + HEADER, content.end(), 'a' + i),
-                      CYCLES * int{RECORD})
-                << "mode " << mode;
-    }
 }
 
 }  // namespace

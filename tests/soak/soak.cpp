@@ -1,46 +1,53 @@
 /// soak SECONDS: several processes share a record file and use locks, threads and a cache of their
 /// own, and are killed at any moment. Counts what was lost of what they had finished.
 #include <fcntl.h>
-#include <poll.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
+#include <algorithm>
+#include <atomic>
 #include <iostream>
 #include <map>
+#include <numeric>
 #include <random>
-#include <vector>
 
+#include "tests/support/scratch.h"
 #include "utilities/utilities.h"
 
 namespace {
 
 constexpr unsigned int PROCESSES = 4;
 constexpr unsigned int FIRST_RECORDS = 32;
+constexpr unsigned int MOST_RECORDS = 1 << 28;      // Memory only for those that there are.
 constexpr unsigned int LONGEST_STANDSTILL = 20000;  // Milliseconds.
 constexpr char FILE_NAME[] = "ledger";
 
-enum Deed : unsigned int {
-    HEADER_COUNTED,
-    RECORD_COUNTED,
-    RECORD_ADDED,
-    CACHE_USED,
-    KILLED,
-    WRONG
+/// What the workers have finished. They share this memory, and it outlives them.
+struct Account {
+    unsigned int lastTime;
+    unsigned long counted[FIRST_RECORDS + 1];  ///< By record; the header is 0.
+    unsigned long recordsAdded, cacheUses, threadsKilled, wrong, kills, crashes;
+    __int64 authors[MOST_RECORDS + 1];  ///< Of the added records.
 };
 
-using Random = std::linear_congruential_engine<std::uint32_t, 48271, 0, 2147483647>;
+Account& told = *static_cast<Account*>(mmap(nullptr, sizeof(Account), PROT_READ | PROT_WRITE,
+                                            MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
 
-/// What a worker tells when it has finished a deed. Written at once, so none is told in part.
-struct Message {
-    Deed deed;
-    unsigned int record;
-    __int64 id;
-};
+void Tell(unsigned long& deeds) {
+    ++std::atomic_ref(deeds);
+    std::atomic_ref(told.lastTime) = GetSystemTickCount();
+}
+
+void Check(bool isRight) {
+    if (!isRight)
+        Tell(told.wrong);
+}
+
+unsigned int Passed(unsigned int since) {
+    return CalculateTicksDifference(GetSystemTickCount(), since);
+}
+
+bool HasStopped() { return Passed(std::atomic_ref(told.lastTime)) > LONGEST_STANDSTILL; }
 
 struct Entry {
     unsigned __int64 count;
@@ -48,82 +55,67 @@ struct Entry {
     unsigned __int64 check;
 
     unsigned __int64 Sum() const { return count * 31 + static_cast<unsigned __int64>(author) + 7; }
+    void Count() {
+        Check(check == Sum());
+        ++count;
+        check = Sum();
+    }
 };
 
-int messages[2];
+constexpr int SIZE = sizeof(Entry);
 
-void Tell(Deed deed, unsigned int record = 0, __int64 id = 0) {
-    const Message message{deed, record, id};
-    if (write(messages[1], &message, sizeof message) != sizeof message)
-        _exit(1);
-}
+struct Ledger : BinaryFile {
+    Ledger(E_BF_FILEMODE mode, E_BF_SHAREMODE share) : BinaryFile(SIZE, SIZE) {
+        Check(openFile(FILE_NAME, mode, share, SIZE) == 0);
+    }
+    Entry& Header() { return *reinterpret_cast<Entry*>(getHeaderBuffer()); }
+    Entry& Record() { return *reinterpret_cast<Entry*>(getRecordBuffer()); }
+};
 
-Entry& In(unsigned char* buffer) { return *reinterpret_cast<Entry*>(buffer); }
+using Random = std::linear_congruential_engine<std::uint32_t, 48271, 0, 2147483647>;
 
-void Count(Entry& entry) {
-    if (entry.check != entry.Sum())
-        Tell(WRONG);
-    ++entry.count;
-    entry.check = entry.Sum();
-}
+Random NewRandom() { return Random(static_cast<unsigned int>(create_unique_id() >> 20)); }
 
 /// Counts in the header and in records, and adds records, side by side with the other processes.
 unsigned int ShareFile(SystemThread*) {
-    Random random(static_cast<unsigned int>(create_unique_id() >> 20));
-    BinaryFile file(sizeof(Entry), sizeof(Entry));
-    if (file.openFile(FILE_NAME, BinaryFile::BF_EXTEND, BinaryFile::BF_DENYNO, sizeof(Entry)) != 0)
-        Tell(WRONG);
+    Random random = NewRandom();
+    Ledger file(BinaryFile::BF_EXTEND, BinaryFile::BF_DENYNO);
     for (;;) {
-        const unsigned int record = 1 + random() % FIRST_RECORDS;
-        if (random() % 8 == 0) {
-            if (file.readHeader() != sizeof(Entry))
-                Tell(WRONG);
-            Count(In(file.getHeaderBuffer()));
-            if (file.writeHeader() == sizeof(Entry))
-                Tell(HEADER_COUNTED);
-        } else if (random() % 8 == 0) {
-            Entry& entry = In(file.getRecordBuffer());
-            entry = {1, create_unique_id() ^ static_cast<__int64>(random()) << 20, 0};
-            entry.check = entry.Sum();
-            const __int64 author = entry.author;
-            if (file.writeFile(0xFFFFFFFF) == sizeof(Entry))
-                Tell(RECORD_ADDED, file.getCurrentRecord(), author);
-        } else if (file.readFile(record) == sizeof(Entry)) {
-            Count(In(file.getRecordBuffer()));
-            if (file.writeCurrent() == sizeof(Entry))
-                Tell(RECORD_COUNTED, record);
+        const unsigned int record = random() % 8 == 0 ? 0 : 1 + random() % FIRST_RECORDS;
+        Entry& entry = record == 0 ? file.Header() : file.Record();
+        if (record != 0 && random() % 8 == 0) {
+            const __int64 author = create_unique_id() ^ static_cast<__int64>(random()) << 20;
+            entry = {0, author, Entry{0, author, 0}.Sum()};
+            entry.Count();
+            if (file.writeFile(0xFFFFFFFF) == SIZE && file.getCurrentRecord() <= MOST_RECORDS) {
+                Check(std::atomic_ref(told.authors[file.getCurrentRecord()]).exchange(author) == 0);
+                Tell(told.recordsAdded);
+            }
+        } else if ((record == 0 ? file.readHeader() : file.readFile(record)) == SIZE) {
+            entry.Count();
+            if ((record == 0 ? file.writeHeader() : file.writeCurrent()) == SIZE)
+                Tell(told.counted[record]);
+        } else {
+            Tell(told.wrong);
         }
     }
 }
 
-class Blocks : public CacheManager {
-public:
+struct Blocks : CacheManager {
     Blocks() : CacheManager(10, sizeof(unsigned int)) {}
 
     void writeBackNode(CacheNode* node) override { store[node->getNodeID()] = Value(node); }
 
-    unsigned int Read(unsigned int id) {
-        CacheNode* node = searchNodeID_InRC(id);
-        if (node == nullptr) {
-            node = addNodeID_ToRC(id);
-            Value(node) = store[id];
+    unsigned int& At(unsigned int id, bool writes) {
+        CacheNode* node = writes ? searchNodeID_InWC(id) : searchNodeID_InRC(id);
+        const bool isNew = node == nullptr;
+        if (isNew)
+            Value(node = writes ? addNodeID_ToWC(id) : addNodeID_ToRC(id)) = store[id];
+        if (isNew || writes)
             node->setNodeState(1);
-        }
         return Value(node);
     }
 
-    void Write(unsigned int id, unsigned int value) {
-        CacheNode* node = searchNodeID_InWC(id);
-        if (node == nullptr)
-            node = addNodeID_ToWC(id);
-        Value(node) = value;
-        if (node->getNodeState() == 0) {
-            node->setNodeState(1);
-            --freeNodes;
-        }
-    }
-
-private:
     static unsigned int& Value(CacheNode* node) {
         return *reinterpret_cast<unsigned int*>(node->getNodeData());
     }
@@ -135,17 +127,17 @@ unsigned int ShareCache(SystemThread*) {
     static MutexLock turn("cache");
     static Blocks blocks;
     static std::map<unsigned int, unsigned int> written;
-    Random random(static_cast<unsigned int>(create_unique_id()));
+    Random random = NewRandom();
     for (unsigned int round = 1;; ++round) {
         const unsigned int id = random() % 100;
         turn.Lock();
         if (random() % 4 == 0)
-            blocks.Write(id, written[id] = round);
-        else if (blocks.Read(id) != written[id])
-            Tell(WRONG);
+            blocks.At(id, true) = written[id] = round;
+        else
+            Check(blocks.At(id, false) == written[id]);
         turn.Unlock();
         if (round % 1000 == 0)
-            Tell(CACHE_USED);
+            Tell(told.cacheUses);
     }
 }
 
@@ -163,23 +155,7 @@ unsigned int Fight(SystemThread*) {
 }
 
 /// What the fighting threads had must be had again after they were killed.
-[[noreturn]] void KillThreads() {
-    SystemThread first("first", Fight), second("second", Fight);
-    for (;;) {
-        if (!first.Create(false, 0) || !second.Create(false, 0))
-            Tell(WRONG);
-        BqSleep(5);
-        if (!first.Terminate(1) || !second.Terminate(2))
-            Tell(WRONG);
-        if (!fought.TryLock(10000) && !fought.TryLock(10000))  // The first finds it abandoned.
-            Tell(WRONG);
-        fought.Unlock();
-        checkMutexListForDeadlock();
-        Tell(KILLED);
-    }
-}
-
-[[noreturn]] void Work() {
+int Work() {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     for (int stream : {STDOUT_FILENO, STDERR_FILENO})
         dup2(open("/dev/null", O_WRONLY), stream);
@@ -188,145 +164,83 @@ unsigned int Fight(SystemThread*) {
                               {"cache 1", ShareCache},
                               {"cache 2", ShareCache}};
     for (SystemThread& thread : threads)
-        if (!thread.Create(false, 0))
-            Tell(WRONG);
-    KillThreads();
+        Check(thread.Create(false, 0));
+    SystemThread first("first", Fight), second("second", Fight);
+    for (;;) {
+        Check(first.Create(false, 0) && second.Create(false, 0));
+        BqSleep(5);
+        Check(first.Terminate(1) && second.Terminate(2));
+        Check(fought.TryLock(10000) || fought.TryLock(10000));  // The first finds it abandoned.
+        fought.Unlock();
+        checkMutexListForDeadlock();
+        Tell(told.threadsKilled);
+    }
 }
 
-/// What the workers have told.
-struct Account {
-    std::map<Deed, unsigned long> deeds;
-    std::map<unsigned int, unsigned long> counted;
-    std::map<unsigned int, __int64> added;
-    unsigned long addedTwice = 0;
+void MakeFile() {
+    CREAT(FILE_NAME, 0600, -1, -1);
+    Ledger file(BinaryFile::BF_EXTEND, BinaryFile::BF_DENYWR);
+    file.Header().check = file.Record().check = Entry{}.Sum();
+    file.writeHeader();
+    for (unsigned int record = 1; record <= FIRST_RECORDS; ++record)
+        file.writeFile(record);
+}
 
-    void Take(const Message& message) {
-        ++deeds[message.deed];
-        if (message.deed == RECORD_COUNTED)
-            ++counted[message.record];
-        if (message.deed == RECORD_ADDED && !added.emplace(message.record, message.id).second)
-            ++addedTwice;
+bool IsWhole(const Entry& entry, unsigned int record) {
+    return entry.check == entry.Sum() &&
+           (record > FIRST_RECORDS || entry.count >= told.counted[record]) &&
+           (record > MOST_RECORDS || told.authors[record] == 0 ||
+            told.authors[record] == entry.author);
+}
+
+/// A deed that was told must be in the file. One more for each kill may be there untold.
+unsigned long CountLost() {
+    Ledger file(BinaryFile::BF_READONLY, BinaryFile::BF_DENYWR);
+    unsigned long lost = file.readHeader() != SIZE || !IsWhole(file.Header(), 0);
+    const unsigned long last =
+        std::max<unsigned long>(file.getRecordCount(), FIRST_RECORDS + told.recordsAdded);
+    for (unsigned int record = 1; record <= last; ++record)
+        lost += file.readFile(record) != SIZE || !IsWhole(file.Record(), record);
+    return lost + (told.recordsAdded == 0);
+}
+
+/// Kills one of the processes after the other, and sets another in its place.
+void Run(unsigned int milliseconds) {
+    pid_t workers[PROCESSES] = {};
+    const auto stop = [](pid_t worker) {
+        if (worker != 0 && kill(worker, SIGKILL) == 0)
+            ++(EndOf(worker) == -SIGKILL ? told.kills : told.crashes);
+    };
+    Random random = NewRandom();
+    const unsigned int start = told.lastTime = GetSystemTickCount();
+    while (Passed(start) < milliseconds && !HasStopped()) {
+        BqSleep(random() % 200);
+        pid_t& worker = workers[random() % PROCESSES];
+        stop(worker);
+        worker = StartProcess(Work);
     }
-};
-
-class Soak {
-public:
-    void Run(unsigned int seconds) {
-        MakeFile();
-        workers.resize(PROCESSES, 0);
-        Random random(static_cast<unsigned int>(create_unique_id()));
-        const unsigned int start = GetSystemTickCount();
-        while (Passed(start) < seconds * 1000 && !HasStopped()) {
-            Read(static_cast<int>(random() % 200));
-            Renew(workers[random() % PROCESSES]);
-        }
-        for (pid_t& worker : workers)
-            Stop(worker);
-        Read(0);
-    }
-
-    int Report() {
-        const unsigned long lost = CountLost();
-        std::cout << kills << " processes killed, " << crashes << " ended by themselves\n"
-                  << account.deeds[RECORD_COUNTED] << " records rewritten, "
-                  << account.deeds[RECORD_ADDED] << " added, " << account.deeds[HEADER_COUNTED]
-                  << " headers, " << account.deeds[CACHE_USED] << " thousand uses of caches, "
-                  << 2 * account.deeds[KILLED] << " threads killed\n"
-                  << lost << " lost, " << account.deeds[WRONG] << " wrong results"
-                  << (HasStopped() ? ", and a standstill\n" : "\n");
-        return lost + account.deeds[WRONG] + crashes == 0 && !HasStopped() ? 0 : 1;
-    }
-
-private:
-    static unsigned int Passed(unsigned int since) {
-        return CalculateTicksDifference(GetSystemTickCount(), since);
-    }
-    bool HasStopped() const { return Passed(lastMessage) > LONGEST_STANDSTILL; }
-
-    static void MakeFile() {
-        CREAT(FILE_NAME, 0600, -1, -1);
-        BinaryFile file(sizeof(Entry), sizeof(Entry));
-        file.openFile(FILE_NAME, BinaryFile::BF_EXTEND, BinaryFile::BF_DENYWR, sizeof(Entry));
-        In(file.getHeaderBuffer()).check = Entry{}.Sum();
-        file.writeHeader();
-        In(file.getRecordBuffer()).check = Entry{}.Sum();
-        for (unsigned int record = 1; record <= FIRST_RECORDS; ++record)
-            file.writeFile(record);
-    }
-
-    void Stop(pid_t& worker) {
-        if (worker == 0)
-            return;
-        kill(worker, SIGKILL);
-        int status = 0;
-        waitpid(worker, &status, 0);
-        ++(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL ? kills : crashes);
-        worker = 0;
-    }
-
-    void Renew(pid_t& worker) {
-        Stop(worker);
-        worker = fork();
-        if (worker == 0)
-            Work();
-    }
-
-    void Read(int milliseconds) {
-        const unsigned int start = GetSystemTickCount();
-        pollfd ready{messages[0], POLLIN, 0};
-        while (poll(&ready, 1, std::max(0, milliseconds - static_cast<int>(Passed(start)))) > 0) {
-            Message message;
-            if (read(messages[0], &message, sizeof message) != sizeof message)
-                break;
-            account.Take(message);
-            lastMessage = GetSystemTickCount();
-            if (milliseconds > 0 && Passed(start) >= static_cast<unsigned int>(milliseconds))
-                break;
-        }
-    }
-
-    /// A deed that was told must be in the file. One more for each kill may be there untold.
-    unsigned long CountLost() {
-        unsigned long lost = account.addedTwice;
-        BinaryFile file(sizeof(Entry), sizeof(Entry));
-        file.openFile(FILE_NAME, BinaryFile::BF_READONLY, BinaryFile::BF_DENYWR, sizeof(Entry));
-        file.readHeader();
-        const Entry& header = In(file.getHeaderBuffer());
-        lost += header.check != header.Sum() || header.count < account.deeds[HEADER_COUNTED];
-        for (unsigned int record = 1; record <= file.getRecordCount(); ++record) {
-            file.readFile(record);
-            const Entry& entry = In(file.getRecordBuffer());
-            const auto added = account.added.find(record);
-            lost += entry.check != entry.Sum() || entry.count < account.counted[record] ||
-                    (added != account.added.end() && added->second != entry.author);
-        }
-        return lost +
-               (account.added.empty() || account.added.rbegin()->first > file.getRecordCount());
-    }
-
-    Account account;
-    std::vector<pid_t> workers;
-    unsigned long kills = 0;
-    unsigned long crashes = 0;
-    unsigned int lastMessage = GetSystemTickCount();
-};
+    std::ranges::for_each(workers, stop);
+}
 
 }  // namespace
 
 int main(int count, char** arguments) {
     const int seconds = count == 2 ? std::atoi(arguments[1]) : 0;
-    if (seconds < 1 || pipe2(messages, O_CLOEXEC) != 0) {
+    if (seconds < 1 || &told == MAP_FAILED) {
         std::cerr << "usage: soak SECONDS\n";
         return 2;
     }
-    const std::filesystem::path directory =
-        std::filesystem::temp_directory_path() / ("soak-" + std::to_string(getpid()));
-    std::filesystem::create_directory(directory);
-    std::filesystem::current_path(directory);
-    Soak soak;
-    soak.Run(static_cast<unsigned int>(seconds));
-    const int result = soak.Report();
-    std::filesystem::current_path("/");
-    std::filesystem::remove_all(directory);
-    return result;
+    const ScratchWorkingDirectory directory;
+    MakeFile();
+    Run(static_cast<unsigned int>(seconds) * 1000);
+    const bool hasStopped = HasStopped();
+    const unsigned long lost = CountLost();
+    std::cout << told.kills << " processes killed, " << told.crashes << " ended by themselves\n"
+              << std::accumulate(told.counted + 1, std::end(told.counted), 0UL)
+              << " records rewritten, " << told.recordsAdded << " added, " << told.counted[0]
+              << " headers, " << told.cacheUses << " thousand uses of caches, "
+              << 2 * told.threadsKilled << " threads killed\n"
+              << lost << " lost, " << told.wrong << " wrong results"
+              << (hasStopped ? ", and a standstill\n" : "\n");
+    return lost + told.wrong + told.crashes == 0 && !hasStopped ? 0 : 1;
 }

@@ -8,10 +8,15 @@
 
 #include <cerrno>
 #include <ctime>
+#include <functional>
+#include <utility>
 
 /// Milliseconds, less than 0 while the clock runs. Stopped, it moves only by pauses, which are over
 /// at once, and by what the test adds.
 inline long frozenTime = -1;
+
+/// What happens elsewhere in the next pause.
+inline std::function<void()> atPause;
 
 /// Moments before 32 bits of milliseconds wrap.
 inline constexpr long BEFORE_THE_WRAP = 0xFFFFFF00;
@@ -27,6 +32,8 @@ extern "C" int clock_nanosleep(clockid_t clock, int flags, const timespec* end, 
     if (frozenTime < 0)
         return syscall(SYS_clock_nanosleep, clock, flags, end, left) == 0 ? 0 : errno;
     frozenTime = end->tv_sec * 1000 + end->tv_nsec / 1'000'000;
+    if (const auto happens = std::exchange(atPause, nullptr))
+        happens();
     return 0;
 }
 

@@ -3,7 +3,6 @@
 #define TESTS_SUPPORT_SCRATCH_H
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,32 +17,27 @@
 class ScratchDirectory {
 public:
     ScratchDirectory() {
-        std::string path = (std::filesystem::temp_directory_path() / "testXXXXXX").string();
-        if (mkdtemp(path.data()) == nullptr)
+        if (mkdtemp(directory.data()) == nullptr)
             std::abort();
-        directory = path;
     }
     ~ScratchDirectory() { std::filesystem::remove_all(directory); }
     ScratchDirectory(const ScratchDirectory&) = delete;
     ScratchDirectory& operator=(const ScratchDirectory&) = delete;
 
-    std::string operator/(const std::string& name) const { return (directory / name).string(); }
+    std::string operator/(const std::string& name) const { return directory + "/" + name; }
 
 private:
-    std::filesystem::path directory;
+    std::string directory = std::filesystem::temp_directory_path() / "testXXXXXX";
 };
 
 /// Makes a directory of its own the working directory, for as long as it lives.
-class ScratchWorkingDirectory {
+class ScratchWorkingDirectory : ScratchDirectory {
 public:
-    ScratchWorkingDirectory() { std::filesystem::current_path(directory / ""); }
+    ScratchWorkingDirectory() { std::filesystem::current_path(*this / ""); }
     ~ScratchWorkingDirectory() { std::filesystem::current_path(before); }
-    ScratchWorkingDirectory(const ScratchWorkingDirectory&) = delete;
-    ScratchWorkingDirectory& operator=(const ScratchWorkingDirectory&) = delete;
 
 private:
     std::filesystem::path before = std::filesystem::current_path();
-    ScratchDirectory directory;
 };
 
 inline std::ptrdiff_t OpenDescriptors() {
@@ -66,13 +60,6 @@ pid_t StartProcess(Work work) {
     if (child == 0)
         std::exit(work());
     return child;
-}
-
-/// From now on no file of this process can grow beyond `size`.
-inline void LimitFiles(rlim_t size) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{size, size};
-    setrlimit(RLIMIT_FSIZE, &limit);
 }
 
 /// The process's exit status, or minus the signal that ended it.
