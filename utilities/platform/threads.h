@@ -53,8 +53,9 @@ std::uint32_t SuspendThread(Handle thread);
 std::uint32_t ResumeThread(Handle thread);
 
 /// The seven priorities -15, -2, -1, 0, 1, 2 and 15, as nice values of the thread: the main
-/// thread's and 19, 10, 5, 0, -5, -10 or -20 more. A thread starts with 0. False for another number
-/// and where the process's rights don't allow it.
+/// thread's and 19, 10, 5, 0, -5, -10 or -20 more. False for another number and where the process's
+/// rights don't allow it. A thread starts with 0, or with its creator's where they don't allow
+/// that.
 bool SetThreadPriority(Handle thread, int priority);
 int GetThreadPriority(Handle thread);
 
