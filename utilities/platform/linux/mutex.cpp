@@ -12,24 +12,15 @@ std::uint32_t OwnerOf(std::uint64_t word) {
     return StateOf(word) & ~(STATE_WAITERS | STATE_ABANDONED);
 }
 
-/// The holder goes one deeper. The tag beside the count keeps a late call off the next object.
-std::uint32_t Deepen(Slot& slot, std::uint64_t tag) {
-    std::uint64_t depth = slot.depth.load(std::memory_order_relaxed);
-    while (TagOf(depth) == tag && StateOf(depth) != 0xFFFFFFFF) {
-        if (slot.depth.compare_exchange_weak(depth, depth + 1, std::memory_order_relaxed))
-            return WAIT_OBJECT_0;
-    }
-    return WAIT_FAILED;
-}
-
-/// Takes the mutex if it is free, or the caller's. Of the state's marks those in `kept` stay, and
+/// Takes the mutex if it is free. The caller has it already only where it can't get any deeper. Of
+/// the state's marks those in `kept` stay, and
 /// `added` comes to them.
 std::uint32_t TryAcquire(Slot& slot, std::uint64_t tag, std::uint32_t kept, std::uint32_t added) {
     const std::uint32_t self = LockerId();
     std::uint64_t word = slot.word.load(std::memory_order_relaxed);
     while (TagOf(word) == tag) {
         if (OwnerOf(word) == self)
-            return Deepen(slot, tag);
+            return WAIT_FAILED;
         if (OwnerOf(word) != 0)
             return BLOCKED;
         const std::uint64_t taken = tag | self | (StateOf(word) & kept) | added;
@@ -170,11 +161,6 @@ bool ReleaseMutexSlowly(Slot& slot, std::uint64_t tag) {
     const std::uint64_t word = slot.word.load(std::memory_order_relaxed);
     if (self == 0 || TagOf(word) != tag || OwnerOf(word) != self)
         return false;
-    std::uint64_t depth = slot.depth.load(std::memory_order_relaxed);
-    while (TagOf(depth) == tag && StateOf(depth) != 0) {
-        if (slot.depth.compare_exchange_weak(depth, depth - 1, std::memory_order_relaxed))
-            return true;
-    }
     return Free(slot, tag, self, 0);
 }
 

@@ -22,11 +22,17 @@ std::uint32_t WaitForThreadHandle(Handle handle, std::uint32_t milliseconds) {
     return thread ? WaitForThread(*thread, milliseconds) : WAIT_FAILED;
 }
 
-std::uint32_t WaitForOther(Slot& slot, Handle object, std::uint32_t milliseconds) {
+/// All but taking a mutex at once. Out of line, as that would else save registers for this.
+[[gnu::noinline]] std::uint32_t WaitSlowly(Handle object, std::uint32_t milliseconds) {
+    Slot* const slot = HandleTable::Find(object);
+    if (slot == nullptr)
+        return WAIT_FAILED;
     switch (KindOf(object)) {
+        case KIND_MUTEX:
+            return AcquireMutexSlowly(*slot, TagOf(object), milliseconds);
         case KIND_SEMAPHORE:
         case KIND_EVENT:
-            return WaitForCounted(slot, TagOf(object), milliseconds);
+            return WaitForCounted(*slot, TagOf(object), milliseconds);
         case KIND_THREAD:
             return WaitForThreadHandle(object, milliseconds);
         default:
@@ -51,19 +57,10 @@ Handle CreateEventA(bool manualReset, bool initialState) {
 }
 
 std::uint32_t WaitForSingleObject(Handle object, std::uint32_t milliseconds) {
-    Slot* const slot = HandleTable::Find(object);
-    if (slot == nullptr)
-        return WAIT_FAILED;
-    if (KindOf(object) != KIND_MUTEX)
-        return WaitForOther(*slot, object, milliseconds);
-    const std::uint32_t self = current.locker;
-    const std::uint64_t tag = TagOf(object);
-    std::uint64_t word = slot->word.load(std::memory_order_relaxed);
-    if (self != 0 && word == tag &&
-        slot->word.compare_exchange_strong(word, tag | self, std::memory_order_acquire,
-                                           std::memory_order_relaxed))
-        return WAIT_OBJECT_0;
-    return AcquireMutexSlowly(*slot, tag, milliseconds);
+    Slot* const slot = FindOf(KIND_MUTEX, object);
+    return slot != nullptr && AcquireMutexAtOnce(*slot, TagOf(object))
+               ? WAIT_OBJECT_0
+               : WaitSlowly(object, milliseconds);
 }
 
 bool ReleaseMutex(Handle mutex) {
@@ -71,12 +68,7 @@ bool ReleaseMutex(Handle mutex) {
     if (slot == nullptr)
         return false;
     const std::uint64_t tag = TagOf(mutex);
-    std::uint64_t held = tag | current.locker;
-    if (held != tag && slot->depth.load(std::memory_order_relaxed) == tag &&
-        slot->word.compare_exchange_strong(held, tag, std::memory_order_release,
-                                           std::memory_order_relaxed))
-        return true;
-    return ReleaseMutexSlowly(*slot, tag);
+    return ReleaseMutexAtOnce(*slot, tag) || ReleaseMutexSlowly(*slot, tag);
 }
 
 bool ReleaseSemaphore(Handle semaphore) {
