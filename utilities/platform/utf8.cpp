@@ -69,15 +69,25 @@ std::size_t ConvertAscii(Out* out, const In* text, std::size_t length, std::size
 template <class Out, class In>
 struct Progress {
     Out* out;
-    Out* const outEnd;
+    Out* outEnd;
     const In* in;
 };
 
 enum class Step { Done, Ended, Failed };
 
+/// Whether the next `count` characters find room whatever they are. A unit takes up to three bytes,
+/// a pair that the last one begins one more.
+bool HasRoomFor(const Progress<char, WideChar>& at, std::ptrdiff_t count) {
+    return at.outEnd - at.out > 3 * count;
+}
+
+/// No sequence has more units than bytes, and each byte has its room.
+bool HasRoomFor(const Progress<WideChar, char>&, std::ptrdiff_t) { return true; }
+
 /// Converts the sequence of two to four bytes at `at.in`. A byte that doesn't continue it ends the
 /// reading, the terminating NUL too.
-Step ConvertOne(Progress<WideChar, char>& at) {
+template <bool HasRoom>
+[[gnu::always_inline]] inline Step ConvertOne(Progress<WideChar, char>& at) {
     const auto byte = [&at](int i) -> char32_t { return static_cast<unsigned char>(at.in[i]); };
     const auto continues = [&byte](int i) { return (byte(i) & 0xC0) == 0x80; };
     const char32_t lead = byte(0);
@@ -113,16 +123,17 @@ constexpr char Trailing(char32_t point, int shift) {
 }
 
 /// Converts the unit or pair above 0x7F at `at.in`.
-Step ConvertOne(Progress<char, WideChar>& at) {
-    const std::ptrdiff_t room = at.outEnd - at.out;
+template <bool HasRoom>
+[[gnu::always_inline]] inline Step ConvertOne(Progress<char, WideChar>& at) {
+    const auto lacks = [&at](int bytes) { return !HasRoom && at.outEnd - at.out < bytes; };
     const char32_t unit = *at.in;
     if (unit < 0x800) {
-        if (room < 2)
+        if (lacks(2))
             return Step::Ended;
         *at.out++ = static_cast<char>(0xC0 | unit >> 6);
         *at.out++ = Trailing(unit, 0);
     } else if (!IsSurrogate(unit)) {
-        if (room < 3)
+        if (lacks(3))
             return Step::Ended;
         *at.out++ = static_cast<char>(0xE0 | unit >> 12);
         *at.out++ = Trailing(unit, 6);
@@ -131,7 +142,7 @@ Step ConvertOne(Progress<char, WideChar>& at) {
         const CodePoint point = ReadUnits(at.in);
         if (point.units == 1)
             return Step::Failed;
-        if (room < 4)
+        if (lacks(4))
             return Step::Ended;
         *at.out++ = static_cast<char>(0xF0 | point.value >> 18);
         *at.out++ = Trailing(point.value, 12);
@@ -143,19 +154,20 @@ Step ConvertOne(Progress<char, WideChar>& at) {
     return Step::Done;
 }
 
-/// Converts character by character up to `stop`.
-template <class Out, class In>
-Step ConvertEach(Progress<Out, In>& at, const In* stop) {
-    while (at.in < stop && at.out != at.outEnd) {
-        if (IsPlain(*at.in)) {
+/// Converts character by character up to `stop`. To look for room at each would take half as long
+/// again, and so would progress of which the compiler can't know that no byte written changes it.
+template <bool HasRoom, class Out, class In>
+Step ConvertEach(Progress<Out, In>& progress, const In* stop) {
+    Progress<Out, In> at = progress;
+    Step step = Step::Done;
+    while (step == Step::Done && at.in < stop && (HasRoom || at.out != at.outEnd)) {
+        if (IsPlain(*at.in))
             *at.out++ = static_cast<Out>(*at.in++);
-            continue;
-        }
-        const Step step = *at.in == In() ? Step::Ended : ConvertOne(at);
-        if (step != Step::Done)
-            return step;
+        else
+            step = *at.in == In() ? Step::Ended : ConvertOne<HasRoom>(at);
     }
-    return Step::Done;
+    progress = at;
+    return step;
 }
 
 /// Whole blocks of ASCII go at once; where a block holds something else, its characters go one by
@@ -171,7 +183,9 @@ std::size_t Convert(Out* const out, const In* text, std::size_t length, std::siz
             at.in += BLOCK;
             continue;
         }
-        const Step step = ConvertEach(at, hasBlock ? at.in + BLOCK : end);
+        const In* const stop = hasBlock ? at.in + BLOCK : end;
+        const Step step = HasRoomFor(at, stop - at.in) ? ConvertEach<true>(at, stop)
+                                                       : ConvertEach<false>(at, stop);
         if (step == Step::Failed)
             return CONVERSION_FAILED;
         if (step == Step::Ended)
