@@ -27,14 +27,14 @@ using Bytes = std::vector<unsigned char>;
 /// A copy of bytes at an odd address, in memory that ends where they end.
 class UnalignedBlock {
 public:
-    explicit UnalignedBlock(const Bytes& bytes) : room_(1 + bytes.size()) {
-        std::copy(bytes.begin(), bytes.end(), room_.begin() + 1);
+    explicit UnalignedBlock(const Bytes& bytes) : room(1 + bytes.size()) {
+        std::copy(bytes.begin(), bytes.end(), room.begin() + 1);
     }
-    unsigned char* Data() { return room_.data() + 1; }
-    Bytes Content() const { return {room_.begin() + 1, room_.end()}; }
+    unsigned char* Data() { return room.data() + 1; }
+    Bytes Content() const { return {room.begin() + 1, room.end()}; }
 
 private:
-    Bytes room_;
+    Bytes room;
 };
 
 /// The bytes as characters of the type; an incomplete last one is left out.

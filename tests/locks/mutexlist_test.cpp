@@ -31,7 +31,7 @@ constexpr int RETURNED = 7, ABORTED = 8;
 class MutexList : public testing::Test {
 protected:
     MutexList() { fakes::milliseconds = 1000000; }
-    ScratchWorkingDirectory scratch_;
+    ScratchWorkingDirectory scratch;
 };
 
 /// A mutex that is held since `lockTime` with a thread in its last slot.

@@ -138,57 +138,57 @@ constexpr int PORT = 7;
 class Port : public testing::Test {
 protected:
     Port() {
-        grantpt(side_);
-        unlockpt(side_);
-        device = ptsname(side_);
+        grantpt(side);
+        unlockpt(side);
+        device = ptsname(side);
         SetSerialDevice(PORT, device.c_str());
-        std::iota(std::begin(buffer_), std::end(buffer_), static_cast<unsigned char>(0));
+        std::iota(std::begin(buffer), std::end(buffer), static_cast<unsigned char>(0));
     }
     ~Port() override {
         line = nullptr;
         frozenTime = -1;
-        port_.Close();
-        close(side_);
+        comm.Close();
+        close(side);
     }
     static bool Open(CComm& port) { return port.Open(PORT, 9600, 'N', 8, 1); }
     void Arrive(CComm& port, const std::string& data) {
-        EXPECT_EQ(write(side_, data.data(), data.size()), std::ssize(data));
+        EXPECT_EQ(write(side, data.data(), data.size()), std::ssize(data));
         EXPECT_TRUE(Eventually([&] { return port.RxSize() == std::ssize(data); }));
     }
     /// Opens the port on a new line.
     MadeUpLine& OpenLine() {
         line = nullptr;
-        port_.Close();
-        line = &(line_ = {});
+        comm.Close();
+        line = &(madeUp = {});
         frozenTime = BEFORE_THE_WRAP;
-        EXPECT_TRUE(Open(port_));
-        line_.log.clear();
-        return line_;
+        EXPECT_TRUE(Open(comm));
+        madeUp.log.clear();
+        return madeUp;
     }
     /// What was done to the line since the last time.
-    std::string Log() { return std::exchange(line_.log, {}); }
+    std::string Log() { return std::exchange(madeUp.log, {}); }
     /// The first bytes of the buffer.
-    std::string Bytes(std::size_t count) const { return {buffer_, buffer_ + count}; }
+    std::string Bytes(std::size_t count) const { return {buffer, buffer + count}; }
 
-    int side_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    MadeUpLine line_;
-    CComm port_;
-    unsigned char buffer_[3000];
+    int side = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    MadeUpLine madeUp;
+    CComm comm;
+    unsigned char buffer[3000];
 };
 
 TEST_F(Port, OpensAndClosesInAFixedOrder) {
     SetSerialDevice(PORT, nullptr);
-    line = &line_;
-    EXPECT_TRUE(port_.Open(PORT, 1200, 'e', 7, 2) && port_.IsPortOpen());
+    line = &madeUp;
+    EXPECT_TRUE(comm.Open(PORT, 1200, 'e', 7, 2) && comm.IsPortOpen());
     EXPECT_EQ(Log(), "/dev/ttyS7; 38400 8N1; +DTR; +RTS; 1200 7E2; ");
     // Once more: closed first, and refused parameters leave what the device has.
-    EXPECT_TRUE(port_.Open(PORT, 115200, 'N', 8, 1));
+    EXPECT_TRUE(comm.Open(PORT, 115200, 'N', 8, 1));
     EXPECT_EQ(Log(), "-DTR; -RTS; /dev/ttyS7; 1200 7E2; +DTR; +RTS; ");
     device = "/missing";
     const std::pair<int, const char*> PORTS[] = {
         {0, "-DTR; -RTS; /dev/ttyS0; "}, {9, "/dev/ttyS9; "}, {-1, ""}, {INT_MAX, ""}};
     for (const auto& [port, log] : PORTS) {
-        EXPECT_FALSE(port_.Open(port, 9600, 'N', 8, 1) || port_.IsPortOpen()) << port;
+        EXPECT_FALSE(comm.Open(port, 9600, 'N', 8, 1) || comm.IsPortOpen()) << port;
         EXPECT_EQ(Log(), log);
     }
 }
@@ -199,8 +199,8 @@ TEST_F(Port, TakesTheRatesLettersAndStopBitsThatItKnows) {
         {256000, "261888"}, {256001, ""}, {4294967296, ""}, {0, "0"},     {-1, "4294967295"}};
     const auto expect = [this](bool isKnown, long baud, char letter, const std::string& text) {
         OpenLine();
-        EXPECT_EQ(baud != 9600 ? port_.SetBaud(baud) : port_.SetParity(letter), isKnown);
-        EXPECT_EQ(port_.SetPortA(baud, letter, 8, 1), isKnown);
+        EXPECT_EQ(baud != 9600 ? comm.SetBaud(baud) : comm.SetParity(letter), isKnown);
+        EXPECT_EQ(comm.SetPortA(baud, letter, 8, 1), isKnown);
         EXPECT_EQ(Log(), isKnown ? text + text : "") << baud << letter;
     };
     for (const auto& [baud, stored] : BAUDS)
@@ -225,18 +225,18 @@ TEST_F(Port, TakesTheRatesLettersAndStopBitsThatItKnows) {
                 {1200, 'E', 6, 3, "", "50 6E1; "}};
     for (const auto& [baud, parity, dataBits, stopBits, set, later] : ROWS) {
         OpenLine();
-        EXPECT_EQ(port_.SetPortA(baud, parity, dataBits, stopBits), *set != '\0') << later;
-        EXPECT_EQ(port_.SetBaud(50), *later != '\0') << later;
+        EXPECT_EQ(comm.SetPortA(baud, parity, dataBits, stopBits), *set != '\0') << later;
+        EXPECT_EQ(comm.SetBaud(50), *later != '\0') << later;
         EXPECT_EQ(Log(), std::string(set) + later);
-        line_.refusesSettings = true;
-        EXPECT_FALSE(port_.SetBaud(50) || port_.SetParity('N') || port_.SetPortA(50, 'N', 8, 1));
+        madeUp.refusesSettings = true;
+        EXPECT_FALSE(comm.SetBaud(50) || comm.SetParity('N') || comm.SetPortA(50, 'N', 8, 1));
     }
     // A device may be off by 2 %, which is 2616; else it gets back what it had.
     OpenLine().highestRate = 130816 - 2617;
-    EXPECT_FALSE(port_.SetBaud(128000));
+    EXPECT_FALSE(comm.SetBaud(128000));
     EXPECT_EQ(Log(), "130816 8N1; 9600 8N1; ");
-    line_.highestRate = 130816 - 2616;
-    EXPECT_TRUE(port_.SetBaud(128000));
+    madeUp.highestRate = 130816 - 2616;
+    EXPECT_TRUE(comm.SetBaud(128000));
 }
 
 TEST_F(Port, WaitsTwoSecondsForTheQueueToEmptyBeforeASetting) {
@@ -253,13 +253,13 @@ TEST_F(Port, WaitsTwoSecondsForTheQueueToEmptyBeforeASetting) {
                 {-1, rate, false, 2000}, {-1, letter, false, 2000}, {-1, all, true, 0}};
     for (const auto& [looksUntilSent, set, result, looks] : ROWS) {
         OpenLine().outQueue = 1;
-        line_.looksUntilSent = looksUntilSent;
-        EXPECT_EQ(set(port_), result) << looksUntilSent;
-        EXPECT_EQ(line_.looks, looks) << looksUntilSent;
+        madeUp.looksUntilSent = looksUntilSent;
+        EXPECT_EQ(set(comm), result) << looksUntilSent;
+        EXPECT_EQ(madeUp.looks, looks) << looksUntilSent;
     }
     // Nor does the end wait for longer.
     OpenLine().outQueue = 1;
-    port_.Close();
+    comm.Close();
     EXPECT_EQ((frozenTime - BEFORE_THE_WRAP) / 10, 200);
 }
 
@@ -283,10 +283,10 @@ TEST_F(Port, SendsWithinTheBudget) {
                 {0, -1, {}, 1, 0}};
     for (const auto& [waiting, length, writes, result, sent] : ROWS) {
         OpenLine().outQueue = waiting;
-        line_.transfers = writes;
-        EXPECT_EQ(port_.TxBuffer(buffer_, length, true), result) << length << " after " << waiting;
-        EXPECT_EQ(line_.sent, Bytes(sent)) << sent;
-        EXPECT_EQ(port_.TxSize(), waiting);
+        madeUp.transfers = writes;
+        EXPECT_EQ(comm.TxBuffer(buffer, length, true), result) << length << " after " << waiting;
+        EXPECT_EQ(madeUp.sent, Bytes(sent)) << sent;
+        EXPECT_EQ(comm.TxSize(), waiting);
     }
 }
 
@@ -306,21 +306,21 @@ TEST_F(Port, ReadsOnlyWhatIsWaiting) {
                 {5, -1, {}, 0}};
     for (const auto& [waiting, length, reads, result] : ROWS) {
         OpenLine().inQueue = waiting;
-        line_.transfers = reads;
-        std::fill_n(buffer_, 11, static_cast<unsigned char>('-'));
+        madeUp.transfers = reads;
+        std::fill_n(buffer, 11, static_cast<unsigned char>('-'));
         bool flag = true;
-        EXPECT_EQ(port_.RxBuffer(buffer_, length, &flag), result) << length << " of " << waiting;
+        EXPECT_EQ(comm.RxBuffer(buffer, length, &flag), result) << length << " of " << waiting;
         EXPECT_EQ(Bytes(11), std::string(result, 'r') + std::string(11 - result, '-'));
-        EXPECT_TRUE(flag && port_.RxSize() == waiting);
+        EXPECT_TRUE(flag && comm.RxSize() == waiting);
     }
 }
 
 TEST_F(Port, MovesAndReadsModemLines) {
     OpenLine();
     for (const int lines : {0, TIOCM_CTS, TIOCM_CD, TIOCM_DSR | TIOCM_RTS | TIOCM_RI}) {
-        line_.modemLines = lines;
-        EXPECT_EQ(port_.GetCTS(), lines == TIOCM_CTS);
-        EXPECT_EQ(port_.GetCd(), lines == TIOCM_CD);
+        madeUp.modemLines = lines;
+        EXPECT_EQ(comm.GetCTS(), lines == TIOCM_CTS);
+        EXPECT_EQ(comm.GetCd(), lines == TIOCM_CD);
     }
     const std::pair<void (*)(CComm&), const char*> ROWS[] = {
         {[](CComm& port) { port.SetDtr(false); }, "-DTR; "},
@@ -333,10 +333,10 @@ TEST_F(Port, MovesAndReadsModemLines) {
         {[](CComm& port) { port.SetDtr(true); }, "+DTR; "},
         {[](CComm& port) { port.SetDirection(1); }, ""}};
     for (const auto& [act, log] : ROWS) {
-        act(port_);
+        act(comm);
         EXPECT_EQ(Log(), log);
     }
-    EXPECT_FALSE(port_.GetOverrunError());
+    EXPECT_FALSE(comm.GetOverrunError());
 }
 
 TEST_F(Port, PassesEachByteOnceAndAsItIsAndDropsWhatIsOld) {
@@ -344,33 +344,33 @@ TEST_F(Port, PassesEachByteOnceAndAsItIsAndDropsWhatIsOld) {
     std::string data;
     for (int i = 0; i < 2000; ++i)
         data += static_cast<char>(i < 512 ? i / 2 : i * i / 7);
-    ASSERT_TRUE(Open(port_));
-    Arrive(port_, "old");
-    ASSERT_TRUE(Open(port_));
-    Arrive(port_, data);
-    EXPECT_EQ(port_.RxBuffer(buffer_, 1500, nullptr), 1500u);
-    EXPECT_EQ(port_.RxBuffer(buffer_ + 1500, 548, nullptr), 500u);
+    ASSERT_TRUE(Open(comm));
+    Arrive(comm, "old");
+    ASSERT_TRUE(Open(comm));
+    Arrive(comm, data);
+    EXPECT_EQ(comm.RxBuffer(buffer, 1500, nullptr), 1500u);
+    EXPECT_EQ(comm.RxBuffer(buffer + 1500, 548, nullptr), 500u);
     EXPECT_TRUE(Bytes(2000) == data);
-    EXPECT_EQ(port_.TxBuffer(buffer_, 2000, false), 1u);
+    EXPECT_EQ(comm.TxBuffer(buffer, 2000, false), 1u);
     for (ssize_t done = 0; done < 2000;)
-        done += read(side_, buffer_ + done, 2000);
+        done += read(side, buffer + done, 2000);
     EXPECT_TRUE(Bytes(2000) == data);
-    Arrive(port_, "old");
-    port_.ClearRXBuffer();
-    EXPECT_EQ(port_.RxSize() + port_.TxSize(), 0);
+    Arrive(comm, "old");
+    comm.ClearRXBuffer();
+    EXPECT_EQ(comm.RxSize() + comm.TxSize(), 0);
     close(user);
 }
 
 TEST_F(Port, OpensOnlyAFreeTerminal) {
     for (const char* path : {"/dev/null", "/missing", "", "/tmp", "/proc/self/exe"}) {
         SetSerialDevice(PORT + 1, path);
-        EXPECT_FALSE(port_.Open(PORT + 1, 9600, 'N', 8, 1)) << path;
+        EXPECT_FALSE(comm.Open(PORT + 1, 9600, 'N', 8, 1)) << path;
     }
     SetSerialDevice(PORT + 1, device.c_str());
     const int user = open(device.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     for (const bool isOpen : {true, false, true}) {
         CComm other;
-        EXPECT_EQ(isOpen ? Open(port_) : (port_.Close(), false), isOpen);
+        EXPECT_EQ(isOpen ? Open(comm) : (comm.Close(), false), isOpen);
         int isExclusive = -1;
         ioctl(user, TIOCGEXCL, &isExclusive);
         EXPECT_EQ(isExclusive, isOpen ? 1 : 0);
@@ -383,38 +383,38 @@ TEST_F(Port, OpensOnlyAFreeTerminal) {
 }
 
 TEST_F(Port, GivesUpOnAPeerThatNeverReads) {
-    ASSERT_TRUE(Open(port_));
-    for (int taken = 0; port_.TxBuffer(buffer_, 2048, false) == 1; ++taken)
+    ASSERT_TRUE(Open(comm));
+    for (int taken = 0; comm.TxBuffer(buffer, 2048, false) == 1; ++taken)
         ASSERT_LT(taken, 100);
-    EXPECT_EQ(port_.TxBuffer(buffer_, 1, false), 0u);
-    port_.ClearTXBuffer();
-    EXPECT_TRUE(Eventually([&] { return port_.TxBuffer(buffer_, 1, false) == 1; }));
+    EXPECT_EQ(comm.TxBuffer(buffer, 1, false), 0u);
+    comm.ClearTXBuffer();
+    EXPECT_TRUE(Eventually([&] { return comm.TxBuffer(buffer, 1, false) == 1; }));
 }
 
 TEST_F(Port, FailsAsDocumentedOnceItIsGoneOrClosedByACopy) {
     const auto expectFailure = [this](CComm& port, bool isOpen) {
         EXPECT_EQ(port.IsPortOpen(), isOpen);
         EXPECT_EQ(port.RxSize() + port.TxSize(), 0);
-        EXPECT_EQ(port.RxBuffer(buffer_, 4, nullptr) + port.TxBuffer(buffer_, 4, false), 0u);
+        EXPECT_EQ(port.RxBuffer(buffer, 4, nullptr) + port.TxBuffer(buffer, 4, false), 0u);
         EXPECT_FALSE(port.SetPortA(300, 'N', 8, 1) || port.SetBaud(300) || port.SetParity('N'));
         EXPECT_FALSE(port.GetCd() || port.GetCTS());
         port.ClearRXBuffer();
         port.UseRtsCts(true);
-        EXPECT_EQ(port.TxBuffer(buffer_, 0, false), 1u);
+        EXPECT_EQ(port.TxBuffer(buffer, 0, false), 1u);
     };
-    expectFailure(port_, false);
-    ASSERT_TRUE(Open(port_));
-    CComm copy(port_), other;
+    expectFailure(comm, false);
+    ASSERT_TRUE(Open(comm));
+    CComm copy(comm), other;
     other = copy;
     EXPECT_TRUE(other.SetParity('O'));
-    ASSERT_TRUE(Open(port_));  // The next port, on the descriptor of the one before.
-    Arrive(port_, "data");
+    ASSERT_TRUE(Open(comm));  // The next port, on the descriptor of the one before.
+    Arrive(comm, "data");
     expectFailure(other, true);
     copy.Close();
-    EXPECT_EQ(port_.RxSize(), 4);
-    close(std::exchange(side_, -1));
-    expectFailure(port_, true);
-    EXPECT_FALSE(Open(port_) || port_.IsPortOpen());
+    EXPECT_EQ(comm.RxSize(), 4);
+    close(std::exchange(side, -1));
+    expectFailure(comm, true);
+    EXPECT_FALSE(Open(comm) || comm.IsPortOpen());
 }
 
 }  // namespace

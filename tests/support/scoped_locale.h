@@ -11,14 +11,14 @@
 /// Sets the process's locale, and the "C" locale again at the end.
 class ScopedLocale {
 public:
-    explicit ScopedLocale(const char* name) : set_(std::setlocale(LC_ALL, name) != nullptr) {}
+    explicit ScopedLocale(const char* name) : isSet(std::setlocale(LC_ALL, name) != nullptr) {}
     ~ScopedLocale() { std::setlocale(LC_ALL, "C"); }
     ScopedLocale(const ScopedLocale&) = delete;
     ScopedLocale& operator=(const ScopedLocale&) = delete;
-    explicit operator bool() const { return set_; }
+    explicit operator bool() const { return isSet; }
 
 private:
-    bool set_;
+    bool isSet;
 };
 
 /// Builds a locale of the host's for the tests and gives its name: built once, and whole when it

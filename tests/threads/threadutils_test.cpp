@@ -28,11 +28,11 @@ constexpr unsigned int FOREVER = 0xFFFFFFFF;
 class Worker : public SystemThread {
 public:
     using Work = std::function<unsigned int(Worker&)>;
-    explicit Worker(Work work = {}) : SystemThread("worker", nullptr), work_(std::move(work)) {}
+    explicit Worker(Work work = {}) : SystemThread("worker", nullptr), toDo(std::move(work)) {}
     using SystemThread::EndThread;
     unsigned int ThreadEntryPoint() override {
         started = static_cast<unsigned int>(gettid());
-        return work_(*this);
+        return toDo(*this);
     }
 
     /// The row of the table of states, and the exit code.
@@ -49,7 +49,7 @@ public:
     std::atomic<unsigned int> started{0};
 
 private:
-    Work work_;
+    Work toDo;
 };
 
 /// What is printed on the standard output, ids as in "[N]".
