@@ -75,19 +75,9 @@ struct Progress {
 
 enum class Step { Done, Ended, Failed };
 
-/// Whether the next `count` characters find room whatever they are. A unit takes up to three bytes,
-/// a pair that the last one begins one more.
-bool HasRoomFor(const Progress<char, WideChar>& at, std::ptrdiff_t count) {
-    return at.outEnd - at.out > 3 * count;
-}
-
-/// No sequence has more units than bytes, and each byte has its room.
-bool HasRoomFor(const Progress<WideChar, char>&, std::ptrdiff_t) { return true; }
-
 /// Converts the sequence of two to four bytes at `at.in`. A byte that doesn't continue it ends the
 /// reading, the terminating NUL too.
-template <bool HasRoom>
-[[gnu::always_inline]] inline Step ConvertOne(Progress<WideChar, char>& at) {
+Step ConvertOne(Progress<WideChar, char>& at) {
     const auto byte = [&at](int i) -> char32_t { return static_cast<unsigned char>(at.in[i]); };
     const auto continues = [&byte](int i) { return (byte(i) & 0xC0) == 0x80; };
     const char32_t lead = byte(0);
@@ -123,18 +113,12 @@ constexpr char Trailing(char32_t point, int shift) {
 }
 
 /// Converts the unit or pair above 0x7F at `at.in`.
-template <bool HasRoom>
-[[gnu::always_inline]] inline Step ConvertOne(Progress<char, WideChar>& at) {
-    const auto lacks = [&at](int bytes) { return !HasRoom && at.outEnd - at.out < bytes; };
+Step ConvertOne(Progress<char, WideChar>& at) {
     const char32_t unit = *at.in;
     if (unit < 0x800) {
-        if (lacks(2))
-            return Step::Ended;
         *at.out++ = static_cast<char>(0xC0 | unit >> 6);
         *at.out++ = Trailing(unit, 0);
     } else if (!IsSurrogate(unit)) {
-        if (lacks(3))
-            return Step::Ended;
         *at.out++ = static_cast<char>(0xE0 | unit >> 12);
         *at.out++ = Trailing(unit, 6);
         *at.out++ = Trailing(unit, 0);
@@ -142,8 +126,6 @@ template <bool HasRoom>
         const CodePoint point = ReadUnits(at.in);
         if (point.units == 1)
             return Step::Failed;
-        if (lacks(4))
-            return Step::Ended;
         *at.out++ = static_cast<char>(0xF0 | point.value >> 18);
         *at.out++ = Trailing(point.value, 12);
         *at.out++ = Trailing(point.value, 6);
@@ -154,20 +136,44 @@ template <bool HasRoom>
     return Step::Done;
 }
 
-/// Converts character by character up to `stop`. To look for room at each would take half as long
-/// again, and so would progress of which the compiler can't know that no byte written changes it.
-template <bool HasRoom, class Out, class In>
+/// Converts character by character up to `stop`, all of which find room. The progress is a copy, of
+/// which the compiler knows that no byte written changes it.
+template <class Out, class In>
 Step ConvertEach(Progress<Out, In>& progress, const In* stop) {
     Progress<Out, In> at = progress;
     Step step = Step::Done;
-    while (step == Step::Done && at.in < stop && (HasRoom || at.out != at.outEnd)) {
+    while (step == Step::Done && at.in < stop) {
         if (IsPlain(*at.in))
             *at.out++ = static_cast<Out>(*at.in++);
         else
-            step = *at.in == In() ? Step::Ended : ConvertOne<HasRoom>(at);
+            step = *at.in == In() ? Step::Ended : ConvertOne(at);
     }
     progress = at;
     return step;
+}
+
+/// The same where room may lack: each character is first converted aside. Out of line, so that it
+/// takes no registers from the usual case.
+[[gnu::noinline]] Step ConvertAside(Progress<char, WideChar>& at, const WideChar* stop) {
+    Step step = Step::Done;
+    while (step == Step::Done && at.in < stop && at.out != at.outEnd) {
+        char bytes[4];
+        Progress<char, WideChar> one{bytes, bytes + sizeof bytes, at.in};
+        step = ConvertEach(one, at.in + 1);
+        if (at.outEnd - at.out < one.out - bytes)
+            return Step::Ended;
+        at.out = std::copy(bytes, one.out, at.out);
+        at.in = one.in;
+    }
+    return step;
+}
+
+/// No sequence has more units than bytes, and each byte has its room.
+Step ConvertWithin(Progress<WideChar, char>& at, const char* stop) { return ConvertEach(at, stop); }
+
+/// A unit takes up to three bytes, a pair that the last one begins one more.
+Step ConvertWithin(Progress<char, WideChar>& at, const WideChar* stop) {
+    return at.outEnd - at.out > 3 * (stop - at.in) ? ConvertEach(at, stop) : ConvertAside(at, stop);
 }
 
 /// Whole blocks of ASCII go at once; where a block holds something else, its characters go one by
@@ -183,9 +189,7 @@ std::size_t Convert(Out* const out, const In* text, std::size_t length, std::siz
             at.in += BLOCK;
             continue;
         }
-        const In* const stop = hasBlock ? at.in + BLOCK : end;
-        const Step step = HasRoomFor(at, stop - at.in) ? ConvertEach<true>(at, stop)
-                                                       : ConvertEach<false>(at, stop);
+        const Step step = ConvertWithin(at, hasBlock ? at.in + BLOCK : end);
         if (step == Step::Failed)
             return CONVERSION_FAILED;
         if (step == Step::Ended)
