@@ -6,44 +6,35 @@
 
 #include "tests/support/scratch.h"
 
-namespace {
-
-using namespace std::string_literals;
-
-constexpr char CURRENT[] = "vy-current-status";
-constexpr char LAST_STOP[] = "vy-last-stop-status";
-
 TEST(StatusLog, KeepsWhatTheLastRunLeftAndFailsSilently) {
+    using namespace std::filesystem;
+    const std::string start("Start", 6), current = "vy-current-status",
+                                         lastStop = "vy-last-stop-status";
     const ScratchWorkingDirectory folder;
-    VYStatusLogAppend("first");
-    EXPECT_EQ(ReadFile(CURRENT), "\nfirst");
-    for (const char* text : {"replaced", ""}) {
-        VYStatusLogWrite(text);
-        EXPECT_EQ(ReadFile(CURRENT), text);
-    }
-    EXPECT_TRUE(std::filesystem::remove(CURRENT));
-
     VYStatusLogStart();
-    EXPECT_FALSE(std::filesystem::exists(LAST_STOP));
+    EXPECT_FALSE(exists(lastStop));
     for (const char* text : {"one", "", "two"})
         VYStatusLogAppend(text);
-    for (const std::string& left : {"Start\0\none\n\ntwo"s, "Start\0"s}) {
+    for (const std::string& left : {start + "\none\n\ntwo", start}) {
         VYStatusLogStart();
-        EXPECT_EQ(ReadFile(LAST_STOP) + ReadFile(CURRENT), left + "Start\0"s);
+        EXPECT_EQ(ReadFile(lastStop) + ReadFile(current), left + start);
     }
+    for (const char* text : {"replaced", ""}) {
+        VYStatusLogWrite(text);
+        EXPECT_EQ(ReadFile(current), text);
+    }
+    EXPECT_TRUE(remove(current) && remove(lastStop));
+    VYStatusLogAppend("first");
+    EXPECT_EQ(ReadFile(current), "\nfirst");
 
-    VYStatusLogAppend("old");
-    std::filesystem::remove(LAST_STOP);
-    std::filesystem::create_directories(LAST_STOP + "/full"s);
+    create_directories(lastStop + "/full");
     VYStatusLogStart();
-    EXPECT_EQ(ReadFile(CURRENT), "Start\0"s) << "emptied where it can't be moved aside";
+    EXPECT_EQ(ReadFile(current), start) << "emptied where it can't be moved aside";
 
-    std::filesystem::remove(CURRENT);
-    std::filesystem::create_directory(CURRENT);
+    remove(current);
+    create_directory(current);
     VYStatusLogStart();
     VYStatusLogWrite("text");
     VYStatusLogAppend("text");
-    EXPECT_TRUE(std::filesystem::is_directory(CURRENT));
+    EXPECT_TRUE(is_directory(current));
 }
-
-}  // namespace

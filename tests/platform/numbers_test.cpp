@@ -24,55 +24,46 @@ std::string Printed(const char* format, long double value) {
     return {out, static_cast<std::size_t>(std::snprintf(out, sizeof out, format, value))};
 }
 
-void ExpectIntegers(std::int64_t expected, const std::vector<std::string>& texts) {
-    const std::int64_t narrowed = std::clamp<std::int64_t>(expected, INT32_MIN, INT32_MAX);
+/// By all parsers: the host's are right about integers. Compares a double's bits, as zeros differ.
+void ExpectReads(double number, const std::vector<std::string>& texts) {
+    const auto bits = std::bit_cast<std::uint64_t>(number);
     for (const std::string& text : texts) {
         const std::u16string wide(text.begin(), text.end());
-        EXPECT_EQ(platform::_atoi64(text.c_str()), expected) << text;
-        EXPECT_EQ(platform::_wtoi64(wide.c_str()), expected) << text;
+        const std::int64_t integer = std::strtoll(text.c_str(), nullptr, 10);
+        const std::int64_t narrowed = std::clamp<std::int64_t>(integer, INT32_MIN, INT32_MAX);
+        EXPECT_EQ(platform::_atoi64(text.c_str()), integer) << text;
+        EXPECT_EQ(platform::_wtoi64(wide.c_str()), integer) << text;
         EXPECT_EQ(platform::atol(text.c_str()), narrowed) << text;
         EXPECT_EQ(platform::_wtol(wide.c_str()), narrowed) << text;
-    }
-}
-
-/// Compares bits, so that the zeros differ.
-void ExpectDoubles(double expected, const std::vector<std::string>& texts) {
-    const auto bits = std::bit_cast<std::uint64_t>(expected);
-    for (const std::string& text : texts) {
-        const std::u16string wide(text.begin(), text.end());
         EXPECT_EQ(std::bit_cast<std::uint64_t>(platform::atof(text.c_str())), bits) << text;
         EXPECT_EQ(std::bit_cast<std::uint64_t>(platform::wcstod(wide.c_str())), bits) << text;
     }
 }
 
-TEST(Numbers, IntegersReadTheirDigitsAndSaturate) {
-    ExpectIntegers(0, {"", "abc", "0x10", "+-5", "- 5", "\xA0+5", "-0", "-" + ZEROS});
-    ExpectIntegers(12, {" \t\n\v\f\r+12abc", "12\xB2", "12.9", ZEROS + "12"});
-    ExpectIntegers(-5, {"-5 6", " -05"});
-    ExpectIntegers(INT64_MAX, {"9223372036854775808", "18446744073709551617", "1" + ZEROS});
-    ExpectIntegers(INT64_MIN, {"-9223372036854775809", "-1" + ZEROS});
-    for (const std::int64_t value : {INT32_MAX + 0L, INT32_MAX + 1L, 4294967297L, INT32_MIN + 0L,
-                                     INT32_MIN - 1L, INT64_MAX - 1, INT64_MAX, INT64_MIN})
-        ExpectIntegers(value, {std::to_string(value)});
-    EXPECT_EQ(platform::_wtol(u"\u2003+5") + platform::_wtol(u"1\u0132"), 1) << "ASCII only";
-}
-
-TEST(Numbers, FloatsReadWhatIsANumber) {
-    ExpectDoubles(0, {"", ".", "-", "-.e5", "e5", "inf", "-nan", "0x10", "\xA0+5", "2.4e-324"});
-    ExpectDoubles(
-        -0.0, {"-0x10", "-0e99999999999999999999", "-1e-99999999999999999999", "-." + ZEROS + "1"});
-    ExpectDoubles(
+TEST(Numbers, AreReadFromTheStartOfATextAndSaturate) {
+    ExpectReads(0, {"", ".", "-", "-.e5", "e5", "abc", "inf", "-nan", "+-5", "- 5", "0x10",
+                    "\xA0+5", "2.4e-324"});
+    ExpectReads(-0.0, {"-0", "-" + ZEROS, "-." + ZEROS + "1", "-0x10", "-0e99999999999999999999",
+                       "-1e-99999999999999999999"});
+    ExpectReads(
         1, {"1.", "1e", "1e+", "1e+ 2", "1,5", "0." + ZEROS + "1e2001", "1" + ZEROS + "1e-2001"});
-    ExpectDoubles(
-        -1.5, {" \t\n\v\f\r-1.5abc", "-1.5.5", "-15E-1", "-.15e+1", "-" + ZEROS + "1.5" + ZEROS});
-    ExpectDoubles(5e-324, {"2.5e-324"});
-    ExpectDoubles(DBL_MAX, {"1.7976931348623159e308", "1e99999999999999999999", "1" + ZEROS});
-    ExpectDoubles(-DBL_MAX, {"-1e309"});
+    ExpectReads(-1.5,
+                {" \t\n\v\f\r-1.5abc", "-1.5.5", "-15E-1", "-.15e+1", "-" + ZEROS + "1.5" + ZEROS});
+    ExpectReads(12, {" +12abc", "12\xB2", ZEROS + "12 3"});
+    for (const char* text :
+         {"2147483647", "2147483648", "2147483649", "4294967297", "9223372036854775807",
+          "9223372036854775808", "9223372036854775809", "18446744073709551617"}) {
+        ExpectReads(std::strtod(text, nullptr), {text});
+        ExpectReads(-std::strtod(text, nullptr), {std::string("-") + text});
+    }
+    ExpectReads(5e-324, {"2.5e-324"});
+    ExpectReads(DBL_MAX, {"1.7976931348623159e308", "1e99999999999999999999", "1" + ZEROS});
+    ExpectReads(-DBL_MAX, {"-1e309", "-1" + ZEROS});
+    EXPECT_EQ(platform::_wtol(u"\u2003+5") + platform::_wtol(u"1\u0132"), 1) << "ASCII only";
     const ScopedLocale german(GermanLatin1());
-    ExpectDoubles(-15, {"-1,5e1.5"});
-    ExpectDoubles(0.5, {",5"});
+    ExpectReads(-0.5, {"-,5", "-5,e-1.5"});
     const ScopedLocale pashto(PashtoUtf8());
-    ExpectDoubles(1, {"1\xD9\xAA", "1.5"});
+    ExpectReads(1, {"1\xD9\xAA", "1.5"});
     EXPECT_EQ(platform::atof("-1٫5") + platform::wcstod(u"-1٫5"), -3);
 }
 
@@ -83,28 +74,26 @@ TEST(Numbers, AgreeWithTheHost) {
     while (values.size() < 3000)
         values.push_back(std::bit_cast<double>(random() >> (values.size() % 4 == 0 ? 12 : 0)));
     char out[platform::GENERAL_CAPACITY];
+    for (const char* name : {GermanLatin1(), PashtoUtf8(), "C"}) {
+        const ScopedLocale locale(name);
+        for (const double value : values)
+            ASSERT_EQ(std::string(out, platform::FormatGeneral(out, value)), Printed("%Lg", value));
+    }
     for (const double value : values) {
-        EXPECT_EQ(std::string(out, platform::FormatGeneral(out, value)), Printed("%Lg", value));
         if (!std::isfinite(value))
             continue;
         for (const char* format : {"%.17Lg", "%.15Lg", "%.60Lf", "%.900Le"}) {
             const std::string text = Printed(format, value);
-            ExpectDoubles(std::clamp(std::strtod(text.c_str(), nullptr), -DBL_MAX, DBL_MAX),
-                          {text});
+            ExpectReads(std::clamp(std::strtod(text.c_str(), nullptr), -DBL_MAX, DBL_MAX), {text});
         }
-        // A long double has the bits for what lies half-way between two doubles.
         const double next = std::nextafter(value, 2 * value);
         if (!std::isfinite(next) || value == 0)
             continue;
+        // A long double has the bits for what lies half-way between two doubles.
         const bool isEven = std::bit_cast<std::uint64_t>(value) % 2 == 0;
         std::string half = Printed("%.1100Le", (static_cast<long double>(value) + next) / 2);
-        ExpectDoubles(isEven ? value : next, {half});
-        ExpectDoubles(next, {half.insert(half.find('e'), "1")});
-    }
-    for (const char* name : {GermanLatin1(), PashtoUtf8()}) {
-        const ScopedLocale locale(name);
-        EXPECT_EQ(std::string(out, platform::FormatGeneral(out, -1.25e-100)),
-                  Printed("%Lg", -1.25e-100));
+        ExpectReads(isEven ? value : next, {half});
+        ExpectReads(next, {half.insert(half.find('e'), "1")});
     }
 }
 

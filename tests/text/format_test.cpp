@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <tuple>
+#include <type_traits>
 #include <vector>
 
 #include "tests/support/scoped_locale.h"
@@ -14,29 +16,22 @@
 
 namespace {
 
-template <class Text, class... Arguments>
-Text FormattedAs(const Text& format, Arguments... arguments) {
+/// A call that fails, and so leaves the text as it was, gives "kept".
+template <class Char>
+auto Formatted(const Char* format, auto... arguments) {
+    using Text = std::conditional_t<sizeof(Char) == 1, String, WString>;
     Text text("kept");
-    const bool fits = text.Format(format.c_str(), arguments...);
+    const bool fits = text.Format(format, arguments...);
     EXPECT_EQ(fits, text != Text("kept"));
     return text;
 }
 
-/// A call that fails, and so leaves the text as it was, gives "kept".
-String Formatted(const char* format, auto... arguments) {
-    return FormattedAs(String(format), arguments...);
-}
-WString Formatted(const WideChar* format, auto... arguments) {
-    return FormattedAs(WString(format), arguments...);
-}
-
-template <class Value>
-void ExpectAsHost(const String& format, Value value) {
+void ExpectAsHost(const String& format, auto value) {
     char host[1025];
     const int length = std::snprintf(host, sizeof host, format.c_str(), value);
     const String expected = length > 1024 ? "kept" : host;
-    ASSERT_EQ(FormattedAs(format, value), expected) << format << " of " << value;
-    ASSERT_EQ(FormattedAs(WString(format), value), WString(expected)) << format;
+    ASSERT_EQ(Formatted(format.c_str(), value), expected) << format << " of " << value;
+    ASSERT_EQ(Formatted(WString(format).c_str(), value), WString(expected)) << format;
 }
 
 void ExpectAllAsHost(const String& conversion) {
@@ -75,16 +70,14 @@ TEST(Format, AgreesWithTheHost) {
         }
     }
     for (const double value : {0.0, 1.5, -0.1, 5e-324, 1e308, -DBL_MAX}) {
-        for (const char* format : {"%.714f", "%.1022f", "%.1076f", "%.766e", "%.1017e", "%.1018e",
-                                   "%#.1020g", "%#.2000g", "%#.1016a", "%01024.3f", "%-1025.3f"})
+        for (const char* format : {"%.714f", "%.1022f", "%.766e", "%.1017e", "%.1018e", "%#.2000g",
+                                   "%#.1016a", "%01024.3f", "%-1025.3f"})
             ExpectAsHost(format, value);
         for (const char* format : {"%.1021Lf", "%.1017Le", "%.16445Lf", "%.17000Le", "%.17000Lg"})
             ExpectAsHost(format, value * (LDBL_MAX / DBL_MAX / 3));
     }
-    for (const std::size_t length : {1023u, 1024u, 1025u}) {
-        for (const char* format : {"%hs", "%.9999hs"})
-            ExpectAsHost(format, std::string(length, 'x').c_str());
-    }
+    for (const std::size_t length : {1023u, 1024u, 1025u})
+        ExpectAsHost("%hs", std::string(length, 'x').c_str());
     for (const char* name : {GermanLatin1(), PashtoUtf8()}) {
         const ScopedLocale locale(name);
         for (const char* format : {"%.2f", "%8.2e", "%-8g|", "%#.0f", "%#g", "%a", "%09.1f"})
@@ -123,19 +116,14 @@ TEST(Format, DoesOrPrintsAsItStandsWhatTheHostLacks) {
 // The text has characters of 2, 3, 4 and 1 bytes, which are 1, 1, 2 and 1 units.
 TEST(Format, TextCrossesInWholeCharacters) {
     const ScopedLocale locale("C.utf8");
-    const struct {
-        const char* format;
-        const char* narrow;
-        const WideChar* wide;
-    } rows[] = {
+    const std::tuple<const char*, const char*, const WideChar*> rows[] = {
         {"[%12S]", "[  é€😀z]", u"[       é€😀z]"},
         {"[%-12.9S]", "[é€😀   ]", u"[é€😀z       ]"},
         {"[%3.0S]", "[   ]", u"[   ]"},
         {"%.1S", "", u"é"},
         {"%.3S", "é", u"é€"},
         {"%.4S", "é", u"é€😀"},
-        {"%.5S", "é€", u"é€😀z"},
-    };
+        {"%.5S", "é€", u"é€😀z"}};
     for (const auto& [format, narrow, wide] : rows) {
         EXPECT_EQ(Formatted(format, u"é€😀z"), narrow) << format;
         EXPECT_EQ(Formatted(WString(format).c_str(), "é€😀z"), wide) << format;
