@@ -173,14 +173,15 @@ std::size_t FormatGeneral(char* out, double value) {
     char* end =
         std::to_chars(out, out + GENERAL_CAPACITY, value, std::chars_format::general, PRECISION)
             .ptr;
-    const std::string_view point = DecimalPoint();
     char* const place = std::find(out, end, '.');
-    if (place != end && point != ".") {
-        const char* const last = end;
-        end += point.size() - 1;
-        std::memmove(place + point.size(), place + 1, static_cast<std::size_t>(last - place) - 1);
-        point.copy(place, point.size());
-    }
+    // The locale is asked only for numbers that have a point, as asking takes its time.
+    const std::string_view point = place == end ? "." : DecimalPoint();
+    if (point == ".")
+        return static_cast<std::size_t>(end - out);
+    const char* const last = end;
+    end += point.size() - 1;
+    std::memmove(place + point.size(), place + 1, static_cast<std::size_t>(last - place) - 1);
+    point.copy(place, point.size());
     return static_cast<std::size_t>(end - out);
 }
 
