@@ -18,7 +18,7 @@ constexpr int FIRST_DAY = 365, LAST_DAY = 24836;
 
 constexpr char RULES[] =
     ": :Africa/Casablanca /usr/share/zoneinfo/Asia/Gaza EST5EDT CET-1CEST,M3.5.0,M10.5.0/3 "
-    "NZST-12NZDT,M9.5.0,M4.1.0/3 <+0330>-3:30<+0430>,J79/24,J263/24 IST-1GMT0,M10.5.0,M3.5.0/1 "
+    "NZST-12NZDT,M9.5.0,M4.1.0/3 <+0330>-3:30<+0430>,J59/24,J263/24 IST-1GMT0,M10.5.0,M3.5.0/1 "
     "<-02>2<-01>,M3.5.0/-1,M10.5.0/0 EET-2EEST,59,J60/167:59:59 HOM-14:15:16 "
     "abc-10:30def-11,M12.1.6/0,M1.5.0";
 
