@@ -15,21 +15,21 @@ namespace {
 constexpr std::ptrdiff_t BLOCK = 16;
 using Bytes = std::uint8_t __attribute__((vector_size(BLOCK)));
 using Units = std::uint16_t __attribute__((vector_size(2 * BLOCK)));
+/// Two words, as every 64-bit processor has registers for.
+using Words = std::uint64_t __attribute__((vector_size(16)));
 
 constexpr bool IsPlain(WideChar unit) { return static_cast<WideChar>(unit - 1) < 0x7F; }
 constexpr bool IsPlain(char byte) { return static_cast<unsigned char>(byte - 1) < 0x7F; }
 
-/// Marks the characters of a word that are NUL or above 0x7F: taking 1 from each sets the top bit
-/// of one that is zero.
+/// Marks the characters of each word that are NUL or above 0x7F: taking 1 from each sets the top
+/// bit of one that is zero.
 constexpr std::uint64_t BYTE_ONES = 0x0101010101010101, BYTE_TOPS = 0x8080808080808080;
 constexpr std::uint64_t UNIT_ONES = 0x0001000100010001, UNIT_TOPS = 0x8000800080008000;
 constexpr std::uint64_t UNIT_BEYOND_ASCII = 0xFF80FF80FF80FF80;
 
-constexpr std::uint64_t NotPlain(char, std::uint64_t word) {
-    return (word | (word - BYTE_ONES)) & BYTE_TOPS;
-}
-constexpr std::uint64_t NotPlain(WideChar, std::uint64_t word) {
-    return (word & UNIT_BEYOND_ASCII) | ((word - UNIT_ONES) & UNIT_TOPS);
+Words NotPlain(char, Words words) { return (words | (words - BYTE_ONES)) & BYTE_TOPS; }
+Words NotPlain(WideChar, Words words) {
+    return (words & UNIT_BEYOND_ASCII) | ((words - UNIT_ONES) & UNIT_TOPS);
 }
 
 template <class Char>
@@ -38,12 +38,12 @@ using Block = std::conditional_t<sizeof(Char) == 1, Bytes, Units>;
 /// Copies `BLOCK` characters if none of them is NUL or above 0x7F.
 template <class Out, class In>
 bool CopyPlainBlock(Out* out, const In* in) {
-    std::uint64_t words[BLOCK * sizeof(In) / sizeof(std::uint64_t)];
+    Words words[BLOCK * sizeof(In) / sizeof(Words)];
     std::memcpy(words, in, sizeof words);
-    std::uint64_t found = 0;
-    for (const std::uint64_t word : words)
-        found |= NotPlain(In(), word);
-    if (found != 0)
+    Words found{};
+    for (const Words& pair : words)
+        found |= NotPlain(In(), pair);
+    if ((found[0] | found[1]) != 0)
         return false;
     Block<In> block;
     std::memcpy(&block, in, sizeof block);
