@@ -54,6 +54,17 @@ TEST(Arithmetic, StopsAtTheEnds) {
     Expect(A_DAY, &Day::subHours, 23, 3'600'000);
 }
 
+TEST(Comparison, IsThatOfTheNumbers) {
+    const auto expect = [](const auto& x, const auto& y) {
+        EXPECT_TRUE(x < y && x <= y && x != y && y > x && y >= x && x == x && x <= x && x >= x);
+        EXPECT_FALSE(y < x || y <= x || x == y || x > y || x >= y || x < x || x > x || x != x);
+    };
+    expect(BqGMTime(), BqGMTime(0LL));
+    expect(BqGMTime(LAST), BqGMTime(LAST + 1));
+    expect(BqLocalDate(-1), BqLocalDate(0));
+    expect(BqLocalTimeOfDay(-1), BqLocalTimeOfDay(A_DAY));
+}
+
 TEST(BqLocalDate, CollapsesYearsAndNormalisesDaysAndRefusesOthers) {
     const auto fields = [](const BqLocalDate& date) {
         unsigned short year = 0;

@@ -107,12 +107,6 @@ private:
     std::string_view rest;
 };
 
-int YearOf(std::int64_t instant) {
-    tm record{};
-    BreakDown(record, instant, 0);
-    return record.tm_year + 1900;
-}
-
 std::int64_t NthWeekday(int year, const ZoneChange& change) {
     const std::int64_t first = FirstDayOf(year, change.month - 1);
     const std::int64_t next =
@@ -141,8 +135,7 @@ void AddChanges(Zone& zone, const ZoneRule& rule) {
     if (!rule.hasDaylight)
         return;
     const std::int64_t last = zone.LastFrom();
-    const int firstYear = zone.Count() > 1 ? std::max(YearOf(last), FIRST_YEAR) : FIRST_YEAR;
-    for (int year = firstYear; year <= LAST_YEAR; ++year) {
+    for (int year = FIRST_YEAR; year <= LAST_YEAR; ++year) {
         const std::int64_t start = rule.start.In(year) - rule.standard.offset;
         const std::int64_t end = rule.end.In(year) - rule.daylight.offset;
         const bool startsFirst = start < end;
