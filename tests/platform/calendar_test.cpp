@@ -50,8 +50,10 @@ TEST(Calendar, WhatIsNoRuleIsUTC) {
 }
 
 TEST(Calendar, NegativeSecondsAndWhat32BitsCannotHoldFail) {
-    const std::int32_t negative = -1, last = 0x7FFFFFFF;
+    const std::int32_t negative = -1, first = 0, last = 0x7FFFFFFF;
     SetZone("Europe/Berlin");
+    EXPECT_EQ(platform::localtime(&first)->tm_hour, 1);
+    EXPECT_EQ(platform::gmtime(&first)->tm_year, 70);
     EXPECT_EQ(platform::localtime(&negative), nullptr);
     EXPECT_EQ(platform::gmtime(&negative), nullptr);
     EXPECT_EQ(platform::gmtime(&last)->tm_year, 138);
@@ -79,11 +81,12 @@ TEST(Calendar, StandardTimeIsReadWithTheOneInForce) {
         int year, month, daylight, hourInGMT;
         std::int32_t timezone;
     } CASES[] = {
-        {"Europe/Berlin", 2021, 7, 0, 11, -3600}, {"Europe/Berlin", 2021, 7, 1, 10, -3600},
-        {"Europe/Berlin", 2021, 1, 1, 10, -3600}, {"Europe/Berlin", 2021, 7, -1, 10, -3600},
-        {"Europe/Dublin", 2021, 1, 1, 12, -3600}, {"Europe/Moscow", 2012, 1, 0, 8, -14'400},
-        {"Europe/Moscow", 1991, 7, 0, 10, -7200}, {"Asia/Tokyo", 2021, 7, 1, 3, -32'400},
-        {"abc5def", 2021, 3, -1, 17, 18'000},     {"abc5def", 2021, 11, -1, 16, 18'000}};
+        {"Europe/Berlin", 2021, 7, 0, 11, -3600},   {"Europe/Berlin", 2021, 7, 1, 10, -3600},
+        {"Europe/Berlin", 2021, 1, 1, 10, -3600},   {"Europe/Berlin", 2021, 7, -1, 10, -3600},
+        {"Europe/Dublin", 2021, 1, 1, 12, -3600},   {"Europe/Moscow", 2012, 1, 0, 8, -14'400},
+        {"Europe/Moscow", 2010, 12, 1, 8, -10'800}, {"Europe/Berlin", 1980, 1, 1, 10, -3600},
+        {"Europe/Moscow", 1991, 7, 0, 10, -7200},   {"Asia/Tokyo", 2021, 7, 1, 3, -32'400},
+        {"abc5def", 2021, 3, -1, 17, 18'000},       {"abc5def", 2021, 11, -1, 16, 18'000}};
     for (const auto& [zone, year, month, daylight, hourInGMT, timezone] : CASES) {
         SetZone(zone);
         struct tm fields = {0, 0, 12, 1, month - 1, year - 1900, 0, 0, daylight, 0, nullptr};

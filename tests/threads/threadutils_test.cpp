@@ -175,6 +175,18 @@ TEST(SystemThread, RunsItsFunctionWithItselfOrNothing) {
     }
 }
 
+TEST(SystemThread, RunsAgainAfterAnEndThatItWasNotToldOf) {
+    std::atomic<int> run = 0;
+    Worker worker([&](Worker&) {
+        if (++run == 1)
+            pthread_exit(nullptr);
+        return 5u;
+    });
+    ASSERT_TRUE(worker.Create(false, 0));
+    EXPECT_TRUE(Eventually([&] { return worker.Create(false, 0); }));
+    EXPECT_TRUE(Eventually([&] { return worker.getExitCode() == 5; }));
+}
+
 TEST(Kill, FailsWhereTheThreadBlocksAllSignals) {
     std::latch blocking(1), leave(1);
     Worker worker([&](Worker&) {
