@@ -4,6 +4,8 @@
 #include <pty.h>
 #include <unistd.h>
 
+#include <chrono>
+
 namespace {
 
 using namespace platform::serial;
@@ -36,6 +38,12 @@ TEST(SerialLine, RefusesWhatThisSystemDoesNotOffer) {
     const COMMTIMEOUTS NO_GAPS{0xFFFFFFFF, 0, 0, 0, 0}, gaps{};
     EXPECT_TRUE(SetCommMask(port, 0) && SetupComm(port, 1, 1) && SetCommTimeouts(port, &NO_GAPS));
     EXPECT_FALSE(SetCommMask(port, 1) || SetCommTimeouts(port, &gaps));
+    const COMMTIMEOUTS brief{0xFFFFFFFF, 10, 5, 0, 0};
+    char bytes[4];
+    std::uint32_t done = 9;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(SetCommTimeouts(port, &brief) && ReadFile(port, bytes, 4, &done) && done == 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(44));
     EXPECT_FALSE(EscapeCommFunction(port, SETRTS - 1) || EscapeCommFunction(port, CLRDTR + 1));
     EXPECT_TRUE(CloseHandle(port));
     EXPECT_FALSE(SetCommMask(port, 0) || SetupComm(port, 1, 1) || CloseHandle(port) ||

@@ -94,7 +94,8 @@ TEST(Format, DoesOrPrintsAsItStandsWhatTheHostLacks) {
     EXPECT_EQ(Formatted("%*d", INT_MIN, 1) + Formatted("%.*f", INT_MAX, 0.5), "keptkept");
     EXPECT_EQ(Formatted("%.99999999999g|%.99999999999s", 0.5, "text"), "0.5|text");
     EXPECT_EQ(Formatted("%*d|%-*d|%*d", -4, 1, 4, 2, 3, 5), "1   |2   |  5");
-    EXPECT_EQ(Formatted("%.*d|%.*s|%.*f", -3, 1, INT_MIN, "text", -1, 2.0), "1|text|2.000000");
+    EXPECT_EQ(Formatted("%.*d|%.*s|%.*f|%.*s", -3, 1, INT_MIN, "text", -1, 2.0, 0, "none"),
+              "1|text|2.000000|");
 
     for (const char* format : {"", "abc%", "%5", "% 5.3l", "%y", "%-05.2hhy|", "%I32d", "%I", "%I6",
                                "%'d", "%1$d", "\x80%\x81"})
