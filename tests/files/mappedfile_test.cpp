@@ -53,6 +53,7 @@ TEST(MappedFile, MapsMakesAndGrowsAsItsModeTells) {
             EXPECT_EQ((*copy = file).getAddr(), bytes);
         }
         EXPECT_EQ(OpenDescriptors(), descriptors);
+        EXPECT_EQ(ReadFile("/proc/self/maps").find(path), std::string::npos) << "still mapped";
         EXPECT_EQ(testing::internal::GetCapturedStdout(),
                   error != 0
                       ? "error: " + std::to_string(error) + " while open file: " + path + "\n"
