@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <csignal>
-#include <cstring>
 #include <functional>
 #include <latch>
 #include <regex>
@@ -91,13 +90,6 @@ TEST(SystemThread, WithoutAThreadAnswersSo) {
                   ASSERT_TRUE(running.Create(false, 0));
               }),
               KILLED);
-}
-
-TEST(SystemThread, HasItsEntryPointFirstInTheTableOfVirtualFunctions) {
-    unsigned int (Worker::*const entry)() = &Worker::ThreadEntryPoint;
-    std::uintptr_t place = 0;
-    std::memcpy(&place, &entry, sizeof place);
-    EXPECT_LE(place, 1u) << "the offset, with a bit where the platform marks it";
 }
 
 TEST(SystemThread, GoesThroughItsStatesAgainAndAgainHoweverItEnds) {
