@@ -1,7 +1,8 @@
 // A cache of 1000 blocks of 4 KiB in front of a store: look-ups of which nine in ten ask for one of
-// a few blocks, some of them much more often than others, and a miss brings a block in. The first
-// bytes of a block stand for its content, so that what is measured is the cache and not the
-// copying.
+// a few blocks, some of them much more often than others, and a miss brings a block in; and a cache
+// to which new blocks are added all the time, each tenth of which is changed and has to stay until
+// all are written back. The first bytes of a block stand for its content, so that what is measured
+// is the cache and not the copying.
 #include <benchmark/benchmark.h>
 #ifdef UTILITIES_HAS_POCO
 #include <Poco/LRUCache.h>
@@ -53,13 +54,19 @@ std::vector<unsigned int> Lookups() {
 // number that is wanted, and all its nodes stay clean.
 class OwnWriteCache : public CacheManager {
 public:
-    OwnWriteCache() : CacheManager(NODE_COUNT - 20, BLOCK_SIZE) {}
+    explicit OwnWriteCache(unsigned int count = NODE_COUNT)
+        : CacheManager(count - 20, BLOCK_SIZE) {}
     void writeBackNode(CacheNode*) override {}
     const unsigned char* Find(unsigned int id) {
         const CacheNode* const node = searchNodeID_InWC(id);
         return node != nullptr ? node->getNodeData() : nullptr;
     }
-    void Add(unsigned int id) { std::memcpy(addNodeID_ToWC(id)->getNodeData(), &id, sizeof id); }
+    void Add(unsigned int id, bool isChanged = false) {
+        CacheNode* const node = addNodeID_ToWC(id);
+        std::memcpy(node->getNodeData(), &id, sizeof id);
+        if (isChanged)
+            node->setNodeState(1);
+    }
 };
 
 class OwnReadCache : public CacheManager {
@@ -79,51 +86,53 @@ public:
 
 class ListAndHash {
 public:
+    explicit ListAndHash(std::size_t count = NODE_COUNT) : m_Count(count) {}
     const unsigned char* Find(unsigned int id) {
-        const auto found = places.find(id);
-        if (found == places.end())
+        const auto found = m_Places.find(id);
+        if (found == m_Places.end())
             return nullptr;
-        blocks.splice(blocks.end(), blocks, found->second);
+        m_Blocks.splice(m_Blocks.end(), m_Blocks, found->second);
         return found->second->second.bytes;
     }
-    void Add(unsigned int id) {
-        if (blocks.size() == NODE_COUNT) {
-            places.erase(blocks.front().first);
-            blocks.pop_front();
+    void Add(unsigned int id, bool = false) {
+        if (m_Blocks.size() == m_Count) {
+            m_Places.erase(m_Blocks.front().first);
+            m_Blocks.pop_front();
         }
-        blocks.emplace_back(id, id);
-        places[id] = std::prev(blocks.end());
+        m_Blocks.emplace_back(id, id);
+        m_Places[id] = std::prev(m_Blocks.end());
     }
 
 private:
-    std::list<std::pair<unsigned int, Block>> blocks;
-    std::unordered_map<unsigned int, std::list<std::pair<unsigned int, Block>>::iterator> places;
+    std::size_t m_Count;
+    std::list<std::pair<unsigned int, Block>> m_Blocks;
+    std::unordered_map<unsigned int, std::list<std::pair<unsigned int, Block>>::iterator> m_Places;
 };
 
 // As the write cache, whose moves take a lock that is recursive.
 class LockedListAndHash : public ListAndHash {
 public:
     const unsigned char* Find(unsigned int id) {
-        const std::lock_guard<std::recursive_mutex> lock(mutex);
+        const std::lock_guard<std::recursive_mutex> lock(m_Mutex);
         return ListAndHash::Find(id);
     }
 
 private:
-    std::recursive_mutex mutex;
+    std::recursive_mutex m_Mutex;
 };
 
 #ifdef UTILITIES_HAS_POCO
 class PocoCache {
 public:
     const unsigned char* Find(unsigned int id) {
-        last = cache.get(id);
-        return last.isNull() ? nullptr : last->bytes;
+        m_Last = m_Cache.get(id);
+        return m_Last.isNull() ? nullptr : m_Last->bytes;
     }
-    void Add(unsigned int id) { cache.add(id, Poco::SharedPtr<Block>(new Block(id))); }
+    void Add(unsigned int id) { m_Cache.add(id, Poco::SharedPtr<Block>(new Block(id))); }
 
 private:
-    Poco::LRUCache<unsigned int, Block> cache{NODE_COUNT};
-    Poco::SharedPtr<Block> last;
+    Poco::LRUCache<unsigned int, Block> m_Cache{NODE_COUNT};
+    Poco::SharedPtr<Block> m_Last;
 };
 #endif
 
@@ -131,13 +140,13 @@ private:
 class QtCache {
 public:
     const unsigned char* Find(unsigned int id) {
-        const Block* const block = cache.object(id);
+        const Block* const block = m_Cache.object(id);
         return block != nullptr ? block->bytes : nullptr;
     }
-    void Add(unsigned int id) { cache.insert(id, new Block(id)); }
+    void Add(unsigned int id) { m_Cache.insert(id, new Block(id)); }
 
 private:
-    QCache<unsigned int, Block> cache{NODE_COUNT};
+    QCache<unsigned int, Block> m_Cache{NODE_COUNT};
 };
 #endif
 
@@ -155,6 +164,21 @@ void SkewedLookups(benchmark::State& state) {
             hits += std::memcmp(data, &id, sizeof id) == 0;
     }
     state.counters["hits"] = static_cast<double>(hits) / static_cast<double>(next);
+}
+
+template <class Cache>
+void MeasureAdds(const std::string& peer) {
+    for (const unsigned int count : {1000u, 4980u}) {
+        const std::string row = "Cache/added to " + std::to_string(count) + ", a tenth changed/";
+        benchmark::RegisterBenchmark((row + peer).c_str(), [count](benchmark::State& state) {
+            const auto cache = std::make_unique<Cache>(count);
+            unsigned int id = 0;
+            for (auto _ : state) {
+                cache->Add(id, id % 10 == 0);
+                ++id;
+            }
+        });
+    }
 }
 
 /// The peers have one tier only, and stand beside both of ours.
@@ -177,6 +201,8 @@ void Measure(const std::string& tier) {
 const bool REGISTERED = [] {
     Measure<OwnWriteCache>("write cache");
     Measure<OwnReadCache>("read cache");
+    MeasureAdds<OwnWriteCache>("Utilities");
+    MeasureAdds<ListAndHash>("std list and hash");  // Knows of no changes.
     return true;
 }();
 

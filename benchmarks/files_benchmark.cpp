@@ -126,7 +126,7 @@ struct QtFile {
 #endif
 
 #ifdef UTILITIES_HAS_SQLITE
-/// A transaction for each row, none of them waited for.
+/// A transaction for each row, without waiting for the disk.
 struct SqliteFile {
     SqliteFile() {
         const std::string path = Path("database");
@@ -171,15 +171,16 @@ struct SqliteFile {
 };
 #endif
 
-/// Each record once, in order or as if at random.
+/// The numbers of all records, each once: in order, or so far apart that no read-ahead helps.
 class Order {
 public:
-    explicit Order(bool inOrder) : step(inOrder ? 1 : 37633) {}
-    unsigned int Next() { return record = (record + step) % RECORDS; }
+    // The large step has no factor in common with the number of records.
+    explicit Order(bool inOrder) : m_Step(inOrder ? 1 : 37633) {}
+    unsigned int Next() { return m_Record = (m_Record + m_Step) % RECORDS; }
 
 private:
-    unsigned int step;
-    unsigned int record = 0;
+    unsigned int m_Step;
+    unsigned int m_Record = 0;
 };
 
 template <class File>

@@ -1,12 +1,16 @@
-// Mutexes, events and threads beside those of the standard library and of the common frameworks.
-// Our mutex also publishes its owner, its waiters and since when it is held.
+// Mutexes, semaphores, events and threads beside those of the standard library, of the C library
+// and of the common frameworks. Each of them is reached by a call into a shared library. Our mutex
+// also publishes its owner, its waiters and since when it is held, and our thread its end and exit
+// code.
 #include <benchmark/benchmark.h>
+#include <semaphore.h>
 #ifdef UTILITIES_HAS_GLIB
 #include <glib.h>
 #endif
 #ifdef UTILITIES_HAS_POCO
 #include <Poco/Event.h>
 #include <Poco/Mutex.h>
+#include <Poco/Semaphore.h>
 #include <Poco/Thread.h>
 #endif
 #ifdef UTILITIES_HAS_QT
@@ -15,6 +19,7 @@
 #include <QThread>
 #endif
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <string>
@@ -29,6 +34,20 @@ struct OwnMutex {
     void lock() { mutex.Lock(); }
     void unlock() { mutex.Unlock(); }
     MutexLock mutex;
+};
+
+struct OwnSemaphore {
+    void Wait() { semaphore.Lock(); }
+    void Set() { semaphore.Unlock(); }
+    SemaphoreLock semaphore{1000, 0};
+};
+
+struct PosixSemaphore {
+    PosixSemaphore() { sem_init(&semaphore, 0, 0); }
+    ~PosixSemaphore() { sem_destroy(&semaphore); }
+    void Wait() { sem_wait(&semaphore); }
+    void Set() { sem_post(&semaphore); }
+    sem_t semaphore;
 };
 
 struct OwnEvent {
@@ -67,6 +86,16 @@ struct StandardThread {
     }
 };
 
+/// Can be waited for with a limit, as ours.
+struct StandardThreadWithCondition {
+    void RunToTheEnd() {
+        StandardEvent hasEnded;
+        std::thread thread([&hasEnded] { hasEnded.Set(); });
+        hasEnded.Wait();
+        thread.join();
+    }
+};
+
 #ifdef UTILITIES_HAS_GLIB
 struct GlibMutex {
     GlibMutex() { g_rec_mutex_init(&mutex); }
@@ -84,6 +113,12 @@ struct PocoEvent {
     Poco::Event event;
 };
 
+struct PocoSemaphore {
+    void Set() { semaphore.set(); }
+    void Wait() { semaphore.wait(); }
+    Poco::Semaphore semaphore{0, 1000};
+};
+
 struct PocoThread {
     void RunToTheEnd() {
         Poco::Thread thread;
@@ -94,10 +129,10 @@ struct PocoThread {
 #endif
 
 #ifdef UTILITIES_HAS_QT
-struct QtEvent {
-    void Set() { units.release(); }
-    void Wait() { units.acquire(); }
-    QSemaphore units;
+struct QtSemaphore {
+    void Set() { semaphore.release(); }
+    void Wait() { semaphore.acquire(); }
+    QSemaphore semaphore;
 };
 
 struct QtThread {
@@ -143,6 +178,26 @@ void SetWait(benchmark::State& state) {
     }
 }
 
+/// There and back between two threads, which sleep in turns.
+template <class Event>
+void HandOver(benchmark::State& state) {
+    Event there, back;
+    std::atomic<bool> done{false};
+    std::thread partner([&] {
+        do {
+            there.Wait();
+            back.Set();
+        } while (!done);
+    });
+    for (auto _ : state) {
+        there.Set();
+        back.Wait();
+    }
+    done = true;
+    there.Set();
+    partner.join();
+}
+
 template <class Thread>
 void RunToTheEnd(benchmark::State& state) {
     Thread thread;
@@ -157,11 +212,17 @@ void MeasureMutex(const std::string& peer) {
     benchmark::RegisterBenchmark(("Mutex/TwoThreads/" + peer).c_str(), LockUnlock<Mutex>)
         ->Threads(2)
         ->UseRealTime();
+    benchmark::RegisterBenchmark(("Mutex/FourThreads/" + peer).c_str(), LockUnlock<Mutex>)
+        ->Threads(4)
+        ->UseRealTime();
 }
 
+/// `subject` is a semaphore or an event.
 template <class Event>
-void MeasureEvent(const std::string& peer) {
-    benchmark::RegisterBenchmark(("Event/SetWait/" + peer).c_str(), SetWait<Event>);
+void MeasureEvent(const std::string& subject, const std::string& peer) {
+    benchmark::RegisterBenchmark((subject + "/SetWait/" + peer).c_str(), SetWait<Event>);
+    benchmark::RegisterBenchmark((subject + "/HandOver/" + peer).c_str(), HandOver<Event>)
+        ->UseRealTime();
 }
 
 template <class Thread>
@@ -176,18 +237,24 @@ const bool REGISTERED = [] {
     MeasureMutex<OwnMutex>("Utilities");
     MeasureMutex<std::recursive_mutex>("std recursive");
     MeasureMutex<std::recursive_timed_mutex>("std recursive timed");
-    MeasureEvent<OwnEvent>("Utilities");
-    MeasureEvent<StandardEvent>("std");
+    MeasureEvent<OwnSemaphore>("Semaphore", "Utilities");
+    MeasureEvent<PosixSemaphore>("Semaphore", "POSIX");
+    MeasureEvent<OwnEvent>("Event", "Utilities");
+    MeasureEvent<PosixSemaphore>("Event", "POSIX semaphore");
+    MeasureEvent<StandardEvent>("Event", "std");
     MeasureThread<OwnThread>("Utilities");
     MeasureThread<StandardThread>("std");
+    MeasureThread<StandardThreadWithCondition>("std, a condition");
 #ifdef UTILITIES_HAS_POCO
     MeasureMutex<Poco::Mutex>("Poco");
-    MeasureEvent<PocoEvent>("Poco");
+    MeasureEvent<PocoSemaphore>("Semaphore", "Poco");
+    MeasureEvent<PocoEvent>("Event", "Poco");
     MeasureThread<PocoThread>("Poco");
 #endif
 #ifdef UTILITIES_HAS_QT
     MeasureMutex<QRecursiveMutex>("Qt");
-    MeasureEvent<QtEvent>("Qt");
+    MeasureEvent<QtSemaphore>("Semaphore", "Qt");
+    MeasureEvent<QtSemaphore>("Event", "Qt semaphore");
     MeasureThread<QtThread>("Qt");
 #endif
 #ifdef UTILITIES_HAS_GLIB

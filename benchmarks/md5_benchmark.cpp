@@ -1,5 +1,5 @@
 // The digest of one message, from 64 bytes to 16 MiB, beside that of a widely used cryptographic
-// library: with its one call that does all, and with its parts on a context made beforehand.
+// library: by its one-call function, and by its separate functions on a reused context.
 #include "utilities/services/md5.h"
 
 #include <benchmark/benchmark.h>

@@ -1,4 +1,4 @@
-// Texts that cross between the widths in a UTF-8 locale, and printf-style formatting.
+// Conversion of texts between the widths in a UTF-8 locale, and printf-style formatting.
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -25,7 +25,7 @@ constexpr char ASCII_TEXT[] = "The quick brown fox jumps over the lazy dog; then
 constexpr char MIXED_TEXT[] =
     "Grüße aus Köln: 9 € für 東京と大阪, αβγδ, добрый день – 😀, naïve café";
 
-/// One text in the forms in which the libraries have it.
+/// One text in the classes of all libraries.
 struct Forms {
     explicit Forms(const char* text) : narrow(text), wide(narrow), host(narrow.size(), L'\0') {
         host.resize(std::mbstowcs(host.data(), text, host.size()));
@@ -48,7 +48,7 @@ struct Forms {
 #endif
 };
 
-/// Room for what is made of 64 characters in any of the forms.
+/// Enough for 64 characters in any of the forms.
 constexpr std::size_t CAPACITY = 256;
 
 #ifdef UTILITIES_HAS_ICU
@@ -68,10 +68,10 @@ std::size_t EncodeByIcu(char (&buffer)[CAPACITY], const WString& text) {
 }
 #endif
 
-/// A new text of the other width.
-void MeasureCrossing(const std::string& text, const Forms& forms) {
-    const std::string toWide = "Crossing/To a wide text/" + text + "/";
-    const std::string toNarrow = "Crossing/To a narrow text/" + text + "/";
+/// Into a new text of the other width.
+void MeasureConversion(const std::string& text, const Forms& forms) {
+    const std::string toWide = "Conversion/To a wide text/" + text + "/";
+    const std::string toNarrow = "Conversion/To a narrow text/" + text + "/";
     Measure(toWide + "Utilities", forms, [](const Forms& input) { return WString(input.narrow); });
     Measure(toNarrow + "Utilities", forms, [](const Forms& input) { return String(input.wide); });
     Measure(toWide + "Host", forms, [](const Forms& input) {
@@ -106,10 +106,10 @@ void MeasureCrossing(const std::string& text, const Forms& forms) {
 #endif
 }
 
-/// A text that is there already and has the room.
-void MeasureCrossingInto(const std::string& text, const Forms& forms) {
-    const std::string toWide = "Crossing/Into a wide text/" + text + "/";
-    const std::string toNarrow = "Crossing/Into a narrow text/" + text + "/";
+/// Into an existing text that has the capacity.
+void MeasureConversionInto(const std::string& text, const Forms& forms) {
+    const std::string toWide = "Conversion/Into a wide text/" + text + "/";
+    const std::string toNarrow = "Conversion/Into a narrow text/" + text + "/";
     MeasureInto<std::basic_string<WideChar>>(
         toWide + "Utilities", forms,
         [](auto& target, const Forms& input) { input.narrow.ToWideString(target); });
@@ -193,8 +193,8 @@ const bool REGISTERED = [] {
     for (const auto& [name, text] :
          {std::pair{"64 ASCII", ASCII_TEXT}, std::pair{"64 mixed", MIXED_TEXT}}) {
         const Forms forms(text);
-        MeasureCrossing(name, forms);
-        MeasureCrossingInto(name, forms);
+        MeasureConversion(name, forms);
+        MeasureConversionInto(name, forms);
     }
     MeasureFormat();
     return true;

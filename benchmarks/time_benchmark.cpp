@@ -1,5 +1,5 @@
 // Instants to local dates, times of day and texts, beside the common frameworks and the C library.
-// Each conversion of ours takes the mutex, and that to local time is made twice.
+// Each conversion of the library takes the mutex, and the one to local time is made twice.
 #include <benchmark/benchmark.h>
 #ifdef UTILITIES_HAS_GLIB
 #include <glib.h>
@@ -24,7 +24,7 @@
 
 namespace {
 
-/// The year, the day of the month and the hour, so that a date and a time of day are worked out.
+/// Needs both a date and a time of day.
 struct Shown {
     int year, day, hour;
 };
@@ -36,7 +36,7 @@ struct Case {
 
 constexpr Case CASES[] = {{"summer", 1'751'371'506}, {"winter", 1'765'873'506}};
 
-/// Ready for one more text, as the streams of a program are.
+/// Writes into one stream again and again, as a program does.
 std::string TextBy(std::ostringstream& stream, const BqGMTime& instant) {
     stream.seekp(0);
     stream << instant;

@@ -11,7 +11,7 @@ using Setter = bool (MultiType::*)(const void*, unsigned int, TYPE, unsigned int
 constexpr Getter GET[] = {&MultiType::Get, &MultiType::GetBigEndianFormatted};
 constexpr Setter SET[] = {&MultiType::Set, &MultiType::SetBigEndianFormatted};
 
-/// Asks with no room, with a byte too little, and with exactly enough.
+/// Asks without a buffer, with one that is a byte too small, and with one of the exact size.
 Bytes FlatForm(const MultiType& value, Getter get) {
     unsigned int needed = 0;
     REQUIRE((value.*get)(nullptr, needed, nullptr, nullptr) == (needed == 0));

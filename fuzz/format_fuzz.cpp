@@ -1,4 +1,4 @@
-// Floating numbers in both widths against the host's, and text on its way to the other width.
+// Floating numbers in both widths against the host's, and text of the other width.
 #include <clocale>
 #include <cmath>
 
@@ -41,7 +41,8 @@ void TryFloat(FuzzedDataProvider& input, const String& head) {
     RequireAsHost(head + type, static_cast<double>(value));
 }
 
-/// It crosses whole and back; with any width and precision it is no harm.
+/// Whole text comes back as it was; with any width and precision nothing is written or read beyond
+/// an end.
 void TryText(FuzzedDataProvider& input, const String& head) {
     const WString wide(TakeText<WideChar>(input, 600));
     String narrow;

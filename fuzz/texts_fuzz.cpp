@@ -1,4 +1,4 @@
-// Texts stored and read as every number, and crossing between the widths, in the "C" locale and in
+// Texts stored and read as every number, and converted between the widths, in the "C" locale and in
 // UTF-8.
 #include <clocale>
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-/// What crosses comes back, or its start where the way back needs more room than it has.
+/// A converted text comes back, or its start where the way back needs more than its capacity.
 template <class Other, class Text>
 void RequireWayBack(const Text& text) {
     const Text back{Other(text)};
@@ -25,9 +25,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const String text(ToText<char>(bytes)), terminated(text.c_str());
     REQUIRE(stored.SetTyped(text, anyType));
     const WString wide(terminated);
-    const bool crosses = String(wide) == terminated;
+    const bool converts = String(wide) == terminated;
     // The text reads alike in both widths, and the number has one printed form in both.
-    for (int tag = MultiType::TYPE_BOOL; tag <= MultiType::TYPE_DOUBLE && crosses; ++tag) {
+    for (int tag = MultiType::TYPE_BOOL; tag <= MultiType::TYPE_DOUBLE && converts; ++tag) {
         const auto type = static_cast<MultiType::TYPE>(tag);
         REQUIRE(stored.SetTyped(terminated, type) && stored.Type() == type);
         REQUIRE(MultiType::compare(stored, terminated, type) == 0);

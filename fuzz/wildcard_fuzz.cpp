@@ -1,4 +1,4 @@
-// Wildcards in both widths: a match is one from behind too.
+// Wildcards in both widths: a text matches if its reverse matches the reversed pattern.
 #include "fuzz/input.h"
 
 namespace {

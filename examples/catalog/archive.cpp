@@ -13,7 +13,8 @@
 
 namespace {
 
-/// The compression takes its command line apart at blanks and options at dashes.
+/// The compression's command line is split at blanks, and a path that begins with a dash would be
+/// an option.
 String ForCommandLine(const String& path) {
     if (path.find_first_of(" \t") != path.npos)
         throw UsageError(Escaped(path) + ": a path with blanks can't be compressed");
@@ -35,8 +36,8 @@ void Report(const String& store, const String& archive) {
     const unsigned __int64 stored = SizeOf(store), compressed = SizeOf(archive);
     String ratio;
     ratio.Format("%.1f", 100.0 * static_cast<double>(compressed) / static_cast<double>(stored));
-    PrintLine(Escaped(store) + ": " + Counted(stored, "byte"));
-    PrintLine(Escaped(archive) + ": " + Counted(compressed, "byte") + ", " + ratio + " %");
+    PrintLine(Escaped(store) + ": " + CountOf(stored, "byte"));
+    PrintLine(Escaped(archive) + ": " + CountOf(compressed, "byte") + ", " + ratio + " %");
 }
 
 }  // namespace
@@ -53,7 +54,7 @@ ExitStatus Archive(const CommandLine& line) {
     return STATUS_DONE;
 }
 
-/// What was there stays until all of the archive has turned out to be a store.
+/// The old store is replaced only when the whole archive has proved to be a store.
 ExitStatus Restore(const CommandLine& line) {
     const String store = ForCommandLine(StoreOf(line));
     const String source = ForCommandLine(line.words[0]);
@@ -61,16 +62,16 @@ ExitStatus Restore(const CommandLine& line) {
     RefuseToOverwrite(store, line);
     if (!IsFileExisting(archive.c_str(), nullptr))
         throw std::runtime_error(Escaped(archive) + ": " + ReasonOf(ENOENT));
-    const String draft = DraftOf(store);
+    const String temporary = TemporaryPathFor(store);
     try {
-        if (!UNZIP(source.c_str(), draft.c_str(), true))
+        if (!UNZIP(source.c_str(), temporary.c_str(), true))
             throw std::runtime_error(Escaped(archive) + ": can't be decompressed");
-        Store checked(draft, Store::TO_READ);
+        Store checked(temporary, Store::TO_READ);
     } catch (...) {
-        AssureFileRemoved(draft.c_str(), nullptr);
+        AssureFileRemoved(temporary.c_str(), nullptr);
         throw;
     }
-    if (std::rename(draft.c_str(), store.c_str()) != 0)
+    if (std::rename(temporary.c_str(), store.c_str()) != 0)
         throw std::runtime_error(Escaped(store) + ": " + ReasonOf(errno));
     Report(store, archive);
     return STATUS_DONE;

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr char FORM[] = "dddd-dd-dd";
-constexpr __int64 LAST_SHOWN = 24'837LL * 86'400 - 1;  // the end of 2037, give or take a zone
+constexpr __int64 LAST_SHOWN = 24'837LL * 86'400 - 1;  // The end of 2037, up to the zone's offset.
 
 bool HasForm(const std::string& text) {
     const auto fits = [](char c, char form) {
@@ -28,7 +28,7 @@ BqLocalDate DateOf(const std::string& option, const std::string& text) {
         const int wantedDay = std::atoi(&text[8]);
         date.set(static_cast<unsigned char>(wantedDay), static_cast<unsigned char>(wantedMonth),
                  static_cast<unsigned short>(wantedYear));
-        // A day that the month doesn't have has become one that another has.
+        // `set` takes a day that the month doesn't have for one of another month.
         date.get(&year, &month, &day, nullptr);
         if (year == wantedYear && month == wantedMonth && day == wantedDay)
             return date;
@@ -37,7 +37,7 @@ BqLocalDate DateOf(const std::string& option, const std::string& text) {
                      ": not a date from 1971-01-01 to 2037-12-31, written like 2021-12-31");
 }
 
-/// The invalid time where it is too early or late to be shown.
+/// The invalid time for one that is too early or too late to be shown.
 BqGMTime InstantOf(__int64 seconds) {
     if (seconds < 0 || seconds > LAST_SHOWN)
         return BqGMTime();
@@ -45,10 +45,11 @@ BqGMTime InstantOf(__int64 seconds) {
     return instant.getLocalTimeOfDay(nullptr) < BqLocalTimeOfDay() ? BqGMTime() : instant;
 }
 
-// Rounded down, as what was modified before 1970 must not seem to be of that year.
-__int64 SecondsOf(const Look& look) {
-    constexpr __int64 NANOSECONDS = 1'000'000'000;
-    return look.modified / NANOSECONDS - (look.modified % NANOSECONDS < 0 ? 1 : 0);
+// Rounded down, so that what was modified before 1970 isn't shown as of that year.
+__int64 SecondsOf(const FileStatus& status) {
+    constexpr __int64 NANOSECONDS_PER_SECOND = 1'000'000'000;
+    return status.modified / NANOSECONDS_PER_SECOND -
+           (status.modified % NANOSECONDS_PER_SECOND < 0 ? 1 : 0);
 }
 
 bool IsWithin(const BqDateRange& range, __int64 modified) {
@@ -75,11 +76,11 @@ void KeepModifiedWithin(const BqDateRange& range, const Descriptor& root,
     if (range == BqDateRange())
         return;
     std::erase_if(files, [&](const std::string& path) {
-        Look look;
-        return LookAt(root, path, look) && !IsWithin(range, SecondsOf(look));
+        FileStatus status;
+        return ReadFileStatus(root, path, status) && !IsWithin(range, SecondsOf(status));
     });
 }
 
 String ShownTime(__int64 seconds) { return Localized(InstantOf(seconds)); }
 
-String ShownModification(const Look& look) { return ShownTime(SecondsOf(look)); }
+String ShownModification(const FileStatus& status) { return ShownTime(SecondsOf(status)); }

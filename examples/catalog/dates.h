@@ -1,4 +1,4 @@
-/// Times: how they are shown, and which are wanted.
+/// How times are shown, and the days that the user asks for.
 #ifndef CATALOG_DATES_H
 #define CATALOG_DATES_H
 
@@ -8,19 +8,20 @@
 #include "commandline.h"
 #include "files.h"
 
-/// The days from `--since DATE` to `--until DATE`, each written as 2021-12-31. A date that doesn't
-/// exist is thrown as `UsageError`.
+/// The days from `--since DATE` to `--until DATE`, each written as 2021-12-31. Any other text, and
+/// a date that doesn't exist, is thrown as `UsageError`.
 BqDateRange RangeOf(const CommandLine& line);
 
-/// Leaves the files that were modified within the range, in the user's zone, the first and last
-/// days included. What can't be looked at stays: reading it tells why.
+/// Removes from `files` those that were last modified outside the range, whose days are the user's
+/// zone's and which includes the first and the last day. A file whose status can't be had stays:
+/// reading it will tell why.
 void KeepModifiedWithin(const BqDateRange& range, const Descriptor& root,
                         std::vector<std::string>& files);
 
-/// The time in the user's zone and locale; seconds since 1970.
+/// A time, in seconds since 1970, in the user's zone and locale.
 String ShownTime(__int64 seconds);
 
-/// The same of a file's modification.
-String ShownModification(const Look& look);
+/// The time of a file's last modification, likewise.
+String ShownModification(const FileStatus& status);
 
 #endif

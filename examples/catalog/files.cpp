@@ -13,24 +13,24 @@ namespace {
 
 constexpr char CHANGED[] = "changed while it was read";
 
-Look LookOf(const struct stat& status) {
-    constexpr __int64 NANOSECONDS = 1'000'000'000;
+FileStatus FileStatusOf(const struct stat& status) {
+    constexpr __int64 NANOSECONDS_PER_SECOND = 1'000'000'000;
     return {static_cast<unsigned __int64>(status.st_size),
-            status.st_mtim.tv_sec * NANOSECONDS + status.st_mtim.tv_nsec};
+            status.st_mtim.tv_sec * NANOSECONDS_PER_SECOND + status.st_mtim.tv_nsec};
 }
 
 bool IsUnchanged(const struct stat& before, const struct stat& after) {
-    const Look first = LookOf(before), last = LookOf(after);
+    const FileStatus first = FileStatusOf(before), last = FileStatusOf(after);
     return last.size == first.size && last.modified == first.modified && after.st_nlink > 0;
 }
 
 }  // namespace
 
-// What made the caller give up is still to be read from `errno`.
+// Keeps `errno`, which tells the caller of a failed operation why it failed.
 Descriptor::~Descriptor() {
     const int error = errno;
     if (IsOpen())
-        close(number);
+        close(m_Number);
     errno = error;
 }
 
@@ -49,12 +49,12 @@ Descriptor OpenBelow(const Descriptor& root, const std::string& path, int flags)
     return Descriptor(openat(parent, name, flags | O_NOFOLLOW | O_CLOEXEC));
 }
 
-bool LookAt(const Descriptor& root, const std::string& path, Look& look) {
+bool ReadFileStatus(const Descriptor& root, const std::string& path, FileStatus& status) {
     const Descriptor file = OpenBelow(root, path, O_PATH);
-    struct stat status;
-    if (!file.IsOpen() || fstat(file.Number(), &status) != 0)
+    struct stat found;
+    if (!file.IsOpen() || fstat(file.Number(), &found) != 0)
         return false;
-    look = LookOf(status);
+    status = FileStatusOf(found);
     return true;
 }
 
@@ -66,11 +66,11 @@ String ReadContents(const Descriptor& root, const std::string& path, Contents& c
     if (!S_ISREG(before.st_mode))
         return CHANGED;
 
-    contents.look = LookOf(before);
+    contents.status = FileStatusOf(before);
     MD5 md5;
     char chunk[64 * 1024];
     unsigned __int64 size = 0;
-    while (size <= contents.look.size) {
+    while (size <= contents.status.size) {
         StopIfInterrupted();
         const ssize_t got = read(file.Number(), chunk, sizeof chunk);
         if (got < 0)
@@ -82,7 +82,7 @@ String ReadContents(const Descriptor& root, const std::string& path, Contents& c
     }
     if (fstat(file.Number(), &after) != 0)
         return ReasonOf(errno);
-    if (size != contents.look.size || !IsUnchanged(before, after))
+    if (size != contents.status.size || !IsUnchanged(before, after))
         return CHANGED;
     md5.finalize();
     contents.digest = md5.hex_digest();

@@ -7,48 +7,49 @@
 
 #include "utilities/utilities.h"
 
-/// An open file or directory, closed with the object.
+/// Owns an open file or directory, which its destructor closes.
 class Descriptor {
 public:
-    explicit Descriptor(int openNumber) : number(openNumber) {}
-    Descriptor(Descriptor&& other) noexcept : number(other.Release()) {}
+    explicit Descriptor(int openNumber) : m_Number(openNumber) {}
+    Descriptor(Descriptor&& other) noexcept : m_Number(other.Release()) {}
     Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(number, other.number);
+        std::swap(m_Number, other.m_Number);
         return *this;
     }
     ~Descriptor();
 
-    bool IsOpen() const { return number >= 0; }
-    int Number() const { return number; }
+    bool IsOpen() const { return m_Number >= 0; }
+    int Number() const { return m_Number; }
 
-    /// Leaves the closing to the caller.
-    int Release() { return std::exchange(number, -1); }
+    /// Returns the descriptor, which the caller must close from now on.
+    int Release() { return std::exchange(m_Number, -1); }
 
 private:
-    int number;
+    int m_Number;
 };
 
-/// Opens what `path` names below the directory `root`, the empty path naming `root` itself. It may
-/// be longer than the system takes in one call. Where the result isn't open, `errno` tells why.
+/// Opens `path` below the directory `root`; the empty path names `root` itself. The path may be
+/// longer than a system call takes. If the result isn't open, `errno` tells why.
 Descriptor OpenBelow(const Descriptor& root, const std::string& path, int flags);
 
-/// What the system tells of a file.
-struct Look {
+/// By what the system tells of a file one can see that it has changed.
+struct FileStatus {
     unsigned __int64 size = 0;
     __int64 modified = 0;  ///< Nanoseconds since 1970.
 };
 
-/// What was read from a file.
+/// The digest of a file, and its status when it was read.
 struct Contents {
-    Look look;
+    FileStatus status;
     String digest;
 };
 
-/// False where the file can't be looked at.
-bool LookAt(const Descriptor& root, const std::string& path, Look& look);
+/// Asks the system for a file's status; false on failure.
+bool ReadFileStatus(const Descriptor& root, const std::string& path, FileStatus& status);
 
-/// Reads a regular file to its end. Returns the reason why that failed, empty on success. A file
-/// that changed or was removed meanwhile counts as failed. Stops at an interrupt.
+/// Reads a regular file to its end. Returns the empty text on success, otherwise the reason of the
+/// failure. A file that was changed or removed meanwhile counts as failed. Throws `Interrupted`
+/// after an interrupt.
 String ReadContents(const Descriptor& root, const std::string& path, Contents& contents);
 
 #endif

@@ -1,10 +1,10 @@
 #include <vector>
 
 #include "commands.h"
-#include "crew.h"
 #include "dates.h"
 #include "directory.h"
 #include "messages.h"
+#include "parallel.h"
 #include "table.h"
 
 namespace {
@@ -12,14 +12,15 @@ namespace {
 struct ListedFile {
     std::string path;
     Contents contents;
-    String reason;  ///< Why there are no contents; empty where there are.
+    String reason;  ///< Why it can't be read; empty if it was.
 };
 
-/// In the order of the tree, whatever the order in which the threads come to an end with them.
+/// Reads the files that are in the tree. The result has the tree's order, whatever the threads'
+/// order; those that can't be read go into the tree's failures.
 std::vector<ListedFile> ReadFiles(Directory& directory, int threads) {
     Tree& tree = directory.tree;
     std::vector<ListedFile> files(tree.files.size());
-    ShareOut(files.size(), threads, [&](std::size_t index) {
+    ParallelFor(files.size(), threads, [&](std::size_t index) {
         ListedFile& file = files[index];
         file.path = std::move(tree.files[index]);
         file.reason = ReadContents(directory.root, file.path, file.contents);
@@ -33,7 +34,7 @@ std::vector<ListedFile> ReadFiles(Directory& directory, int threads) {
 }
 
 Row RowOf(const ListedFile& file) {
-    return {Escaped(file.path), file.contents.look.size, ShownModification(file.contents.look),
+    return {Escaped(file.path), file.contents.status.size, ShownModification(file.contents.status),
             file.contents.digest};
 }
 
@@ -44,9 +45,9 @@ void PrintTable(const std::vector<ListedFile>& files) {
     unsigned __int64 bytes = 0;
     for (const ListedFile& file : files) {
         PrintLine(table.Line(RowOf(file)));
-        bytes += file.contents.look.size;
+        bytes += file.contents.status.size;
     }
-    PrintLine(Counted(files.size(), "file") + ", " + Counted(bytes, "byte"));
+    PrintLine(CountOf(files.size(), "file") + ", " + CountOf(bytes, "byte"));
 }
 
 }  // namespace
@@ -61,7 +62,7 @@ ExitStatus List(const CommandLine& line) {
     VYStatusLogAppend("reading the files");
     const std::vector<ListedFile> files = ReadFiles(directory, threads);
     for (const Failure& failure : directory.tree.failures)
-        Complain(failure.path.empty() ? path : failure.path, failure.reason);
+        PrintError(failure.path.empty() ? path : failure.path, failure.reason);
     VYStatusLogAppend("writing the table");
     PrintTable(files);
     return directory.tree.failures.empty() ? STATUS_DONE : STATUS_FAILED;

@@ -58,7 +58,7 @@ ExitStatus Run(const Arguments& arguments) {
     return Run(*command, *line, arguments);
 }
 
-/// The last word on a run that failed.
+/// Tells the user and the status log why a run failed.
 ExitStatus Fail(const char* reason, const char* logged, ExitStatus status) {
     std::fprintf(stderr, "catalog: %s\n", reason);
     VYStatusLogAppend(logged);

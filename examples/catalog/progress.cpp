@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string>
 
-#include "holding.h"
+#include "scopedlock.h"
 
 namespace {
 
@@ -17,37 +17,37 @@ constexpr char CLEAR_LINE[] = "\r\x1b[K";
 }  // namespace
 
 Progress::Progress(std::size_t totalSteps, bool quiet)
-    : total(totalSteps),
-      isShown(!quiet && totalSteps > 0),
-      isTerminal(isatty(STDERR_FILENO) != 0),
-      lastDrawn(GetSystemTickCount()) {}
+    : m_Total(totalSteps),
+      m_IsShown(!quiet && totalSteps > 0),
+      m_IsTerminal(isatty(STDERR_FILENO) != 0),
+      m_LastDrawn(GetSystemTickCount()) {}
 
 Progress::~Progress() {
-    if (isShown && isTerminal)
+    if (m_IsShown && m_IsTerminal)
         std::fputs(CLEAR_LINE, stderr);
 }
 
 void Progress::Step() {
-    const Holding holding(access);
-    ++done;
-    if (isShown && isTerminal)
+    const ScopedLock lock(m_Mutex);
+    ++m_Done;
+    if (m_IsShown && m_IsTerminal)
         DrawBar();
-    else if (isShown)
+    else if (m_IsShown)
         PrintLine();
 }
 
 void Progress::DrawBar() {
     const unsigned int now = GetSystemTickCount();
-    if (CalculateTicksDifference(now, lastDrawn) < BETWEEN_DRAWINGS)
+    if (CalculateTicksDifference(now, m_LastDrawn) < BETWEEN_DRAWINGS)
         return;
-    lastDrawn = now;
-    const std::size_t filled = done * BAR_WIDTH / total;
+    m_LastDrawn = now;
+    const std::size_t filled = m_Done * BAR_WIDTH / m_Total;
     const std::string bar = std::string(filled, '#') + std::string(BAR_WIDTH - filled, '.');
-    std::fprintf(stderr, "%s[%s] %zu of %zu files", CLEAR_LINE, bar.c_str(), done, total);
+    std::fprintf(stderr, "%s[%s] %zu of %zu files", CLEAR_LINE, bar.c_str(), m_Done, m_Total);
     std::fflush(stderr);
 }
 
 void Progress::PrintLine() const {
-    if (done * LINES / total != (done - 1) * LINES / total)
-        std::fprintf(stderr, "%zu of %zu files\n", done, total);
+    if (m_Done * LINES / m_Total != (m_Done - 1) * LINES / m_Total)
+        std::fprintf(stderr, "%zu of %zu files\n", m_Done, m_Total);
 }

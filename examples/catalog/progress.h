@@ -1,4 +1,4 @@
-/// How far a long run has come, on the standard error stream.
+/// The progress of a long run, on the standard error stream.
 #ifndef CATALOG_PROGRESS_H
 #define CATALOG_PROGRESS_H
 
@@ -6,28 +6,28 @@
 
 #include "utilities/utilities.h"
 
-/// A bar on a terminal, which goes when the work is done; elsewhere a line for each tenth. Nothing
-/// if `quiet`.
+/// Draws a bar on a terminal, which the destructor removes; otherwise writes a line for each tenth
+/// of the work. Writes nothing if `quiet`.
 class Progress {
 public:
-    Progress(std::size_t total, bool quiet);
+    Progress(std::size_t m_Total, bool quiet);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// One more of the total is done. From any thread.
+    /// Tells that one more of the total is done. From any thread.
     void Step();
 
 private:
     void DrawBar();
     void PrintLine() const;
 
-    const std::size_t total;
-    const bool isShown;
-    const bool isTerminal;
-    MutexLock access{"CATALOG_PROGRESS"};
-    std::size_t done = 0;
-    unsigned int lastDrawn;
+    const std::size_t m_Total;
+    const bool m_IsShown;
+    const bool m_IsTerminal;
+    MutexLock m_Mutex{"CATALOG_PROGRESS"};
+    std::size_t m_Done = 0;
+    unsigned int m_LastDrawn;
 };
 
 #endif

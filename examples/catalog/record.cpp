@@ -6,16 +6,16 @@
 namespace {
 
 constexpr std::size_t CHECKSUM_SIZE = 8;
-constexpr std::size_t ENTRY_PATH = 96;  // Where the path begins in an entry's own record,
-constexpr std::size_t PART_PATH = 16;   // and in one that goes before it.
-constexpr std::size_t ENTRY_ROOM = RECORD_SIZE - ENTRY_PATH;
-constexpr std::size_t PART_ROOM = RECORD_SIZE - PART_PATH;
-constexpr unsigned char PATH_PART = 3;  // Beside the kinds of an entry.
-constexpr unsigned int DIGEST_SIZE = 33;
+constexpr std::size_t ENTRY_PATH = 96;  // Where the path begins in an entry's own record
+constexpr std::size_t PART_PATH = 16;   // and in a part record.
+constexpr std::size_t ENTRY_PATH_SIZE = RECORD_SIZE - ENTRY_PATH;
+constexpr std::size_t PART_PATH_SIZE = RECORD_SIZE - PART_PATH;
+constexpr unsigned char PATH_PART = 3;    // The kind of a part record, beside those of entries.
+constexpr unsigned int DIGEST_SIZE = 33;  // With its terminator.
 
 std::size_t PartsFor(std::size_t pathLength) {
-    const std::size_t rest = pathLength - std::min(pathLength, ENTRY_ROOM);
-    return (rest + PART_ROOM - 1) / PART_ROOM;
+    const std::size_t rest = pathLength - std::min(pathLength, ENTRY_PATH_SIZE);
+    return (rest + PART_PATH_SIZE - 1) / PART_PATH_SIZE;
 }
 
 std::string ChecksumOf(const char* record) {
@@ -25,81 +25,82 @@ std::string ChecksumOf(const char* record) {
     return std::string(reinterpret_cast<const char*>(digest), CHECKSUM_SIZE);
 }
 
-/// Values one behind the other in a record.
-class Fields {
+/// Writes values one after the other into a record.
+class FieldWriter {
 public:
-    explicit Fields(std::string& bytes) : record(bytes) {}
+    explicit FieldWriter(std::string& record) : m_Record(record) {}
 
     void Write(const MultiType& value) {
-        auto size = static_cast<unsigned int>(record.size() - at);
-        value.GetBigEndianFormatted(&record[at], size, nullptr, nullptr);
-        at += size;
+        auto size = static_cast<unsigned int>(m_Record.size() - m_Offset);
+        value.GetBigEndianFormatted(&m_Record[m_Offset], size, nullptr, nullptr);
+        m_Offset += size;
     }
 
 private:
-    std::string& record;
-    std::size_t at = CHECKSUM_SIZE;
+    std::string& m_Record;
+    std::size_t m_Offset = CHECKSUM_SIZE;
 };
 
-class ConstFields {
+/// Reads values in the order in which they were written.
+class FieldReader {
 public:
-    explicit ConstFields(const char* bytes) : record(bytes) {}
+    explicit FieldReader(const char* record) : m_Record(record) {}
 
     template <class Number>
     Number Read(MultiType::TYPE type) {
         const unsigned int size = MultiType::GetTypeSize(type);
         MultiType value;
-        value.SetBigEndianFormatted(record + at, size, type, 0);
-        at += size;
+        value.SetBigEndianFormatted(m_Record + m_Offset, size, type, 0);
+        m_Offset += size;
         return value.GetAs<Number>();
     }
 
     String ReadText(unsigned int size) {
-        const char* const text = record + at;
-        at += size;
+        const char* const text = m_Record + m_Offset;
+        m_Offset += size;
         return String(std::string(text, strnlen(text, size)));
     }
 
 private:
-    const char* record;
-    std::size_t at = CHECKSUM_SIZE;
+    const char* m_Record;
+    std::size_t m_Offset = CHECKSUM_SIZE;
 };
 
-std::string Sealed(std::string record) {
+std::string WithChecksum(std::string record) {
     record.replace(0, CHECKSUM_SIZE, ChecksumOf(record.data()));
     return record;
 }
 
 std::string PartRecord(const std::string& part) {
     std::string record(RECORD_SIZE, '\0');
-    Fields(record).Write(PATH_PART);
+    FieldWriter(record).Write(PATH_PART);
     record.replace(PART_PATH, part.size(), part);
-    return Sealed(record);
+    return WithChecksum(record);
 }
 
 std::string OwnRecord(const Entry& entry) {
     std::string record(RECORD_SIZE, '\0');
-    Fields fields(record);
+    FieldWriter fields(record);
     fields.Write(static_cast<unsigned char>(entry.kind));
-    fields.Write(entry.isGone);
+    fields.Write(entry.isMissing);
     fields.Write(static_cast<unsigned short>(PartsFor(entry.path.size())));
     fields.Write(static_cast<unsigned int>(entry.path.size()));
-    fields.Write(entry.look.size);
-    fields.Write(entry.look.modified);
+    fields.Write(entry.status.size);
+    fields.Write(entry.status.modified);
     fields.Write(entry.scan);
     fields.Write(entry.scanned);
     fields.Write(entry.digest);
-    const std::size_t here = std::min(entry.path.size(), ENTRY_ROOM);
+    const std::size_t here = std::min(entry.path.size(), ENTRY_PATH_SIZE);
     record.replace(ENTRY_PATH, here, entry.path, 0, here);
-    return Sealed(record);
+    return WithChecksum(record);
 }
 
 }  // namespace
 
 std::vector<std::string> RecordsOf(const Entry& entry) {
     std::vector<std::string> records;
-    for (std::size_t at = ENTRY_ROOM; at < entry.path.size(); at += PART_ROOM)
-        records.push_back(PartRecord(entry.path.substr(at, PART_ROOM)));
+    for (std::size_t at = ENTRY_PATH_SIZE; at < entry.path.size(); at += PART_PATH_SIZE)
+        records.push_back(PartRecord(entry.path.substr(at, PART_PATH_SIZE)));
     records.push_back(OwnRecord(entry));
     return records;
 }
@@ -109,7 +110,7 @@ bool IsIntact(const char* record) {
 }
 
 int PartsBefore(const char* record) {
-    ConstFields fields(record);
+    FieldReader fields(record);
     const auto kind = fields.Read<int>(MultiType::TYPE_UCHAR);
     if (kind == PATH_PART)
         return -1;
@@ -120,13 +121,13 @@ int PartsBefore(const char* record) {
 }
 
 bool ReadEntry(const std::vector<std::string>& records, Entry& entry) {
-    ConstFields fields(records.back().data());
+    FieldReader fields(records.back().data());
     entry.kind = static_cast<Entry::Kind>(fields.Read<int>(MultiType::TYPE_UCHAR));
-    entry.isGone = fields.Read<bool>(MultiType::TYPE_BOOL);
+    entry.isMissing = fields.Read<bool>(MultiType::TYPE_BOOL);
     const auto parts = fields.Read<unsigned int>(MultiType::TYPE_USHORT);
     const auto length = fields.Read<unsigned int>(MultiType::TYPE_UINT);
-    entry.look.size = fields.Read<unsigned __int64>(MultiType::TYPE_UINT64);
-    entry.look.modified = fields.Read<__int64>(MultiType::TYPE_INT64);
+    entry.status.size = fields.Read<unsigned __int64>(MultiType::TYPE_UINT64);
+    entry.status.modified = fields.Read<__int64>(MultiType::TYPE_INT64);
     entry.scan = fields.Read<unsigned __int64>(MultiType::TYPE_UINT64);
     entry.scanned = fields.Read<__int64>(MultiType::TYPE_INT64);
     entry.digest = fields.ReadText(DIGEST_SIZE);

@@ -7,22 +7,22 @@
 #include "record.h"
 #include "utilities/utilities.h"
 
-/// Reads records when they are asked for and writes changed ones back when it is full or told to.
-/// What another process changes meanwhile may not be seen; what it adds is. Damaged records, and
-/// what can't be read or written, are thrown.
+/// Reads records on demand, and writes changed ones back when the cache is full or is flushed. A
+/// record that another process changes may be returned as it was before; records that it adds are
+/// found. A damaged record and a failure to read or write is thrown as `StoreError`.
 class RecordCache : private CacheManager {
 public:
-    /// Both files must be open for as long as this lives: one for reading, which takes no locks,
-    /// and one for changing records, or null.
+    /// Both files must stay open while this object lives. `reader` is used for reading only, which
+    /// takes no locks; `writer` changes records and may be null where none is changed.
     RecordCache(BinaryFile& reader, BinaryFile* writer);
 
-    /// The record `number`, from 1. Empty behind the last.
+    /// The record `number`, counted from 1. Empty after the last.
     std::string Read(unsigned int number);
 
-    /// Changes a record that is there.
+    /// Changes an existing record.
     void Write(unsigned int number, const std::string& record);
 
-    /// Writes back what was changed.
+    /// Writes the changed records back.
     void Flush();
 
 private:
@@ -30,8 +30,8 @@ private:
     CacheNode* Fetch(unsigned int block, bool toChange);
     bool Load(unsigned int number, char* record);
 
-    BinaryFile& source;
-    BinaryFile* target;
+    BinaryFile& m_Source;
+    BinaryFile* m_Target;
 };
 
 #endif

@@ -2,9 +2,9 @@
 #include <vector>
 
 #include "commands.h"
-#include "crew.h"
 #include "directory.h"
 #include "messages.h"
+#include "parallel.h"
 #include "progress.h"
 #include "store.h"
 
@@ -12,96 +12,97 @@ namespace {
 
 class Scan {
 public:
-    Scan(const Directory& scanned, Store& target) : directory(scanned), store(target) {
-        mark.scan = static_cast<unsigned __int64>(create_unique_id());
-        mark.scanned = BqGMTime::getCurrentTime().getMilliSeconds();
+    Scan(const Directory& scanned, Store& target) : m_Directory(scanned), m_Store(target) {
+        m_Common.scan = static_cast<unsigned __int64>(create_unique_id());
+        m_Common.scanned = BqGMTime::getCurrentTime().getMilliSeconds();
     }
 
-    /// What was scanned is kept, also where an exception ends the run.
+    /// Scans all files. What was scanned is stored also if an exception ends the run.
     void Run(int threads, bool quiet) {
         PutDirectory();
-        reasons.resize(directory.tree.files.size());
-        Progress progress(reasons.size(), quiet);
+        m_Reasons.resize(m_Directory.tree.files.size());
+        Progress progress(m_Reasons.size(), quiet);
         try {
-            ShareOut(reasons.size(), threads, [&](std::size_t index) {
-                reasons[index] = TakeFile(directory.tree.files[index]);
+            ParallelFor(m_Reasons.size(), threads, [&](std::size_t index) {
+                m_Reasons[index] = TakeFile(m_Directory.tree.files[index]);
                 progress.Step();
             });
-            MarkGone();
+            MarkMissing();
         } catch (...) {
-            store.Flush();
+            m_Store.Flush();
             throw;
         }
-        store.Flush();
+        m_Store.Flush();
     }
 
-    /// False where there was something that could not be read.
+    /// Prints the totals unless `quiet`, and what could not be read. False if there was any.
     bool Report(bool quiet) const {
-        for (const Failure& failure : directory.tree.failures)
-            Complain(directory.Absolute(failure.path), failure.reason);
-        bool allRead = directory.tree.failures.empty();
-        for (std::size_t i = 0; i < reasons.size(); ++i) {
-            if (reasons[i].empty())
+        for (const Failure& failure : m_Directory.tree.failures)
+            PrintError(m_Directory.Absolute(failure.path), failure.reason);
+        bool allRead = m_Directory.tree.failures.empty();
+        for (std::size_t i = 0; i < m_Reasons.size(); ++i) {
+            if (m_Reasons[i].empty())
                 continue;
-            Complain(directory.Absolute(directory.tree.files[i]), reasons[i]);
+            PrintError(m_Directory.Absolute(m_Directory.tree.files[i]), m_Reasons[i]);
             allRead = false;
         }
         if (!quiet)
-            PrintLine(Counted(added, "new file") + ", " + Counted(changed, "changed file") + ", " +
-                      Counted(unchanged, "unchanged file") + ", " + Counted(gone, "missing file"));
+            PrintLine(CountOf(m_Added, "new file") + ", " + CountOf(m_Changed, "changed file") +
+                      ", " + CountOf(m_Unchanged, "unchanged file") + ", " +
+                      CountOf(m_Missing, "missing file"));
         return allRead;
     }
 
 private:
     void PutDirectory() {
-        Entry entry = mark;
+        Entry entry = m_Common;
         entry.kind = Entry::DIRECTORY;
-        entry.path = directory.base;
-        store.Put(entry);
+        entry.path = m_Directory.base;
+        m_Store.Put(entry);
     }
 
-    /// A file that looks as it did is taken to have the same contents, so that a scan goes on where
-    /// the last one was interrupted. Returns why the file can't be read.
+    /// Enters one file. A file with its old status is taken for unchanged and not read, so that a
+    /// scan continues an interrupted one. Returns why the file can't be read; empty on success.
     String TakeFile(const std::string& name) {
-        Entry entry = mark;
-        entry.path = directory.Absolute(name);
+        Entry entry = m_Common;
+        entry.path = m_Directory.Absolute(name);
         Entry old;
-        const bool isKnown = store.Find(entry.path, old) && !old.isGone;
-        Look look;
-        if (isKnown && LookAt(directory.root, name, look) && look.size == old.look.size &&
-            look.modified == old.look.modified) {
-            ++unchanged;
+        const bool isKnown = m_Store.Find(entry.path, old) && !old.isMissing;
+        FileStatus status;
+        if (isKnown && ReadFileStatus(m_Directory.root, name, status) &&
+            status.size == old.status.size && status.modified == old.status.modified) {
+            ++m_Unchanged;
             return String();
         }
         Contents contents;
-        const String reason = ReadContents(directory.root, name, contents);
+        const String reason = ReadContents(m_Directory.root, name, contents);
         if (!reason.empty())
             return reason;
-        entry.look = contents.look;
+        entry.status = contents.status;
         entry.digest = contents.digest;
-        store.Put(entry);
-        ++(isKnown ? changed : added);
+        m_Store.Put(entry);
+        ++(isKnown ? m_Changed : m_Added);
         return String();
     }
 
-    void MarkGone() {
+    void MarkMissing() {
         std::vector<Entry> missing;
-        store.ForEach([&](const Entry& entry) {
-            if (entry.kind == Entry::FILE && !entry.isGone && directory.Lacks(entry.path))
+        m_Store.ForEach([&](const Entry& entry) {
+            if (entry.kind == Entry::FILE && !entry.isMissing && m_Directory.Lacks(entry.path))
                 missing.push_back(entry);
         });
         for (Entry& entry : missing) {
-            entry.isGone = true;
-            store.Put(entry);
+            entry.isMissing = true;
+            m_Store.Put(entry);
         }
-        gone = static_cast<unsigned int>(missing.size());
+        m_Missing = static_cast<unsigned int>(missing.size());
     }
 
-    const Directory& directory;
-    Store& store;
-    Entry mark;                   ///< What all entries of this scan have.
-    std::vector<String> reasons;  ///< Why a file can't be read, for each.
-    std::atomic<unsigned int> added{0}, changed{0}, unchanged{0}, gone{0};
+    const Directory& m_Directory;
+    Store& m_Store;
+    Entry m_Common;                 ///< What the entries of this scan have in common.
+    std::vector<String> m_Reasons;  ///< For each file, why it can't be read.
+    std::atomic<unsigned int> m_Added{0}, m_Changed{0}, m_Unchanged{0}, m_Missing{0};
 };
 
 }  // namespace

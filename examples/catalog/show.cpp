@@ -8,7 +8,7 @@
 namespace {
 
 Row RowOf(const Entry& entry) {
-    return {Escaped(entry.path), entry.look.size, ShownModification(entry.look), entry.digest};
+    return {Escaped(entry.path), entry.status.size, ShownModification(entry.status), entry.digest};
 }
 
 void ShowDirectories(Store& store) {
@@ -24,7 +24,7 @@ void ShowDirectories(Store& store) {
 
 void ShowFiles(Store& store, const String& pattern) {
     const auto isShown = [&](const Entry& entry) {
-        return entry.kind == Entry::FILE && !entry.isGone &&
+        return entry.kind == Entry::FILE && !entry.isMissing &&
                String(entry.path.substr(entry.path.rfind('/') + 1)).WildcardMatch(pattern);
     };
     Table table;
@@ -34,13 +34,13 @@ void ShowFiles(Store& store, const String& pattern) {
             return;
         table.Measure(RowOf(entry));
         ++files;
-        bytes += entry.look.size;
+        bytes += entry.status.size;
     });
     store.ForEach([&](const Entry& entry) {
         if (isShown(entry))
             PrintLine(table.Line(RowOf(entry)));
     });
-    PrintLine(Counted(files, "file") + ", " + Counted(bytes, "byte"));
+    PrintLine(CountOf(files, "file") + ", " + CountOf(bytes, "byte"));
 }
 
 }  // namespace

@@ -4,8 +4,8 @@
 
 #include <cstring>
 
-#include "holding.h"
 #include "messages.h"
+#include "scopedlock.h"
 #include "storefile.h"
 
 namespace {
@@ -17,42 +17,42 @@ std::string DamageAt(unsigned int number) {
 }  // namespace
 
 template <class Action>
-void Store::Guarded(Action action) {
-    const Holding holding(access);
+void Store::RunLocked(Action action) {
+    const ScopedLock lock(m_Mutex);
     try {
         action();
     } catch (const StoreError& error) {
-        throw std::runtime_error(Escaped(name) + ": " + error.what());
+        throw std::runtime_error(Escaped(m_Name) + ": " + error.what());
     }
 }
 
 Store::Store(const String& path, Access wanted)
-    : name(path), reader(RECORD_SIZE, RECORD_SIZE), writer(RECORD_SIZE, RECORD_SIZE) {
-    Guarded([&] {
+    : m_Name(path), m_Reader(RECORD_SIZE, RECORD_SIZE), m_Writer(RECORD_SIZE, RECORD_SIZE) {
+    RunLocked([&] {
         if (wanted == TO_CHANGE)
-            AssureStore(path);
-        OpenStore(reader, path, false);
+            EnsureStore(path);
+        OpenStore(m_Reader, path, false);
         if (wanted == TO_CHANGE)
-            OpenStore(writer, path, true);
-        records = std::make_unique<RecordCache>(reader, &writer);
-        CatchUp();
+            OpenStore(m_Writer, path, true);
+        m_Records = std::make_unique<RecordCache>(m_Reader, &m_Writer);
+        ReadNewRecords();
     });
 }
 
 Store::~Store() = default;
 
-// A part of a path in front of an entry that isn't there yet belongs to another process, which is
-// about to add it, or was ended before it could.
-void Store::CatchUp() {
-    for (Entry entry; ReadAt(known + 1, entry); ++known) {
+// Part records at the end, without an entry after them, belong to another process, which is about
+// to add the entry or was killed before it could.
+void Store::ReadNewRecords() {
+    for (Entry entry; ReadAt(m_Known + 1, entry); ++m_Known) {
         if (!entry.path.empty())
-            numbers[entry.path] = known + 1;
+            m_Numbers[entry.path] = m_Known + 1;
     }
 }
 
-// False behind the last. For a record that only holds a part of a path that path stays empty.
+// False after the last record. The path of `entry` stays empty for a part record.
 bool Store::ReadAt(unsigned int number, Entry& entry) {
-    const std::string own = records->Read(number);
+    const std::string own = m_Records->Read(number);
     if (own.empty())
         return false;
     entry.path.clear();
@@ -63,7 +63,7 @@ bool Store::ReadAt(unsigned int number, Entry& entry) {
         throw StoreError(DamageAt(number));
     std::vector<std::string> all;
     for (unsigned int at = number - static_cast<unsigned int>(parts); at < number; ++at)
-        all.push_back(records->Read(at));
+        all.push_back(m_Records->Read(at));
     all.push_back(own);
     if (!ReadEntry(all, entry) || entry.path.empty())
         throw StoreError(DamageAt(number));
@@ -72,56 +72,56 @@ bool Store::ReadAt(unsigned int number, Entry& entry) {
 
 bool Store::Find(const std::string& path, Entry& entry) {
     bool found = false;
-    Guarded([&] {
-        const auto place = numbers.find(path);
-        found = place != numbers.end() && ReadAt(place->second, entry);
+    RunLocked([&] {
+        const auto place = m_Numbers.find(path);
+        found = place != m_Numbers.end() && ReadAt(place->second, entry);
     });
     return found;
 }
 
 void Store::Put(const Entry& entry) {
-    Guarded([&] {
-        if (numbers.count(entry.path) == 0)
+    RunLocked([&] {
+        if (m_Numbers.count(entry.path) == 0)
             return Append(entry);
-        records->Write(numbers[entry.path], RecordsOf(entry).back());
+        m_Records->Write(m_Numbers[entry.path], RecordsOf(entry).back());
     });
 }
 
-// Another process may have added the same path meanwhile.
+// Reads what other processes have added first: it may be the same path.
 void Store::Append(const Entry& entry) {
-    const StoreLock lock(writer);
-    CatchUp();
+    const ScopedStoreLock lock(m_Writer);
+    ReadNewRecords();
     const std::vector<std::string> added = RecordsOf(entry);
-    if (const auto place = numbers.find(entry.path); place != numbers.end())
-        return records->Write(place->second, added.back());
+    if (const auto place = m_Numbers.find(entry.path); place != m_Numbers.end())
+        return m_Records->Write(place->second, added.back());
     for (const std::string& record : added)
         AppendRecord(record);
-    known = writer.getRecordCount();
-    numbers[entry.path] = known;
+    m_Known = m_Writer.getRecordCount();
+    m_Numbers[entry.path] = m_Known;
 }
 
-// What a full disk leaves of a record goes again.
+// What a full disk has left of a record is cut off again.
 void Store::AppendRecord(const std::string& record) {
-    std::memcpy(writer.getRecordBuffer(), record.data(), RECORD_SIZE);
-    const unsigned int behindAll = 0xFFFFFFFF;
-    const int written = Persist([&] { return writer.writeFile(behindAll); });
+    std::memcpy(m_Writer.getRecordBuffer(), record.data(), RECORD_SIZE);
+    const unsigned int afterAll = 0xFFFFFFFF;
+    const int written = RetryWhileLocked([&] { return m_Writer.writeFile(afterAll); });
     if (written != static_cast<int>(RECORD_SIZE)) {
         const int reason = errno;
-        const auto whole = static_cast<off_t>(known) * RECORD_SIZE + RECORD_SIZE;
-        if (truncate(name.c_str(), whole) == 0)
+        const auto whole = static_cast<off_t>(m_Known) * RECORD_SIZE + RECORD_SIZE;
+        if (truncate(m_Name.c_str(), whole) == 0)
             errno = reason;
     }
     CheckResult(written, RECORD_SIZE);
 }
 
 void Store::Flush() {
-    Guarded([&] { records->Flush(); });
+    RunLocked([&] { m_Records->Flush(); });
 }
 
 void Store::ForEach(const std::function<void(const Entry&)>& action) {
     Entry entry;
-    for (const auto& [path, number] : numbers) {
-        Guarded([&] { ReadAt(number, entry); });
+    for (const auto& [path, number] : m_Numbers) {
+        RunLocked([&] { ReadAt(number, entry); });
         action(entry);
     }
 }

@@ -51,25 +51,26 @@ void CheckHeader(const std::string& header, unsigned __int64 fileSize) {
         throw StoreError("the header is damaged");
 }
 
-/// In a file of its own, which then gets its name unless there is one of that name.
-void MakeStore(const String& path) {
-    const String draft = DraftOf(path);
+/// Makes the store as a temporary file first and links it to its path, so that nobody sees a half
+/// written store. A store that another process made meanwhile is kept.
+void CreateStore(const String& path) {
+    const String temporary = TemporaryPathFor(path);
     BinaryFile file(HEADER_SIZE, HEADER_SIZE);
-    if (file.openFile(draft, BinaryFile::BF_CREATE, BinaryFile::BF_DENYRW, HEADER_SIZE) != 0)
+    if (file.openFile(temporary, BinaryFile::BF_CREATE, BinaryFile::BF_DENYRW, HEADER_SIZE) != 0)
         throw StoreError(ReasonOf(errno));
     std::memcpy(file.getRecordBuffer(), Header().data(), HEADER_SIZE);
     int error = file.writeCurrent() == static_cast<int>(HEADER_SIZE) ? 0 : ENOSPC;
     file.closeFile();
-    if (error == 0 && link(draft.c_str(), path.c_str()) != 0 && errno != EEXIST)
+    if (error == 0 && link(temporary.c_str(), path.c_str()) != 0 && errno != EEXIST)
         error = errno;
-    unlink(draft.c_str());
+    unlink(temporary.c_str());
     if (error != 0)
         throw StoreError(ReasonOf(error));
 }
 
 }  // namespace
 
-String DraftOf(const String& path) {
+String TemporaryPathFor(const String& path) {
     String ending;
     ending.Format(".new%d-%I64d", static_cast<int>(getpid()), create_unique_id());
     return path + ending;
@@ -98,15 +99,15 @@ void OpenStore(BinaryFile& file, const String& path, bool toChange) {
         throw StoreError(ReasonOf(errno != 0 ? errno : EACCES));
 }
 
-void AssureStore(const String& path) {
+void EnsureStore(const String& path) {
     struct stat status;
     if (stat(path.c_str(), &status) != 0 && errno == ENOENT)
-        MakeStore(path);
+        CreateStore(path);
 }
 
-StoreLock::StoreLock(BinaryFile& lockedFile) : file(lockedFile) {
-    CheckResult(Persist([this] { return file.readHeader(); }), HEADER_SIZE);
+ScopedStoreLock::ScopedStoreLock(BinaryFile& file) : m_File(file) {
+    CheckResult(RetryWhileLocked([this] { return m_File.readHeader(); }), HEADER_SIZE);
 }
 
-// The header is written as it was read: that gives up its lock.
-StoreLock::~StoreLock() { file.writeHeader(); }
+// Writing the header, just as it was read, releases its lock.
+ScopedStoreLock::~ScopedStoreLock() { m_File.writeHeader(); }

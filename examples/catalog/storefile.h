@@ -1,4 +1,5 @@
-/// The file of a store: what makes it one, and what its operations' results mean.
+/// The file of a store: how it is made, recognised and locked, and what results of its operations
+/// mean.
 #ifndef CATALOG_STOREFILE_H
 #define CATALOG_STOREFILE_H
 
@@ -12,17 +13,19 @@ class StoreError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// A name beside `path` for what is to take its place. An identifier alone would not do: two
-/// processes can receive the same at the same moment.
-String DraftOf(const String& path);
+/// The path of a temporary file in the directory of `path`, which it is going to replace. It has
+/// the process's number in it, as two processes can receive the same unique identifier at the same
+/// moment.
+String TemporaryPathFor(const String& path);
 
-/// Throws unless `result`, of an operation on a `BinaryFile`, is `expected`.
+/// Throws `StoreError` unless `result`, of an operation on a `BinaryFile`, is `expected`.
 void CheckResult(int result, unsigned int expected);
 
-/// Repeats an operation on a `BinaryFile` while another process has its lock, which a single try
-/// waits for up to 10 seconds for. Gives its result.
+/// Repeats an operation on a `BinaryFile` while another process holds the lock that it needs: up to
+/// 6 tries, which wait up to 10 seconds each. Returns the last result. Throws `Interrupted` between
+/// tries after an interrupt.
 template <class Operation>
-int Persist(Operation operation) {
+int RetryWhileLocked(Operation operation) {
     constexpr int HEADER_LOCKED = -9, RECORD_LOCKED = -10;
     int result = HEADER_LOCKED;
     for (int attempt = 0; attempt < 6 && (result == HEADER_LOCKED || result == RECORD_LOCKED);
@@ -34,23 +37,24 @@ int Persist(Operation operation) {
     return result;
 }
 
-/// Opens a store that is there, for reading or to add and change records. Nothing of the file is
-/// changed.
+/// Opens an existing store, for reading or to add and change records. A file that is not a sound
+/// store is thrown as `StoreError` and left as it is.
 void OpenStore(BinaryFile& file, const String& path, bool toChange);
 
-/// Makes an empty store, unless there is a file.
-void AssureStore(const String& path);
+/// Makes an empty store unless the file exists.
+void EnsureStore(const String& path);
 
-/// While one lives no other process adds records: round all that does.
-class StoreLock {
+/// Holds the store's lock in its scope: no other process adds records meanwhile. Whoever adds
+/// records must hold it.
+class ScopedStoreLock {
 public:
-    explicit StoreLock(BinaryFile& file);
-    ~StoreLock();
-    StoreLock(const StoreLock&) = delete;
-    StoreLock& operator=(const StoreLock&) = delete;
+    explicit ScopedStoreLock(BinaryFile& file);
+    ~ScopedStoreLock();
+    ScopedStoreLock(const ScopedStoreLock&) = delete;
+    ScopedStoreLock& operator=(const ScopedStoreLock&) = delete;
 
 private:
-    BinaryFile& file;
+    BinaryFile& m_File;
 };
 
 #endif

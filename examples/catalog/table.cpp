@@ -10,7 +10,7 @@ bool IsNumber(const MultiType& value) {
     return value.Type() >= MultiType::TYPE_CHAR && value.Type() <= MultiType::TYPE_DOUBLE;
 }
 
-/// A text that doesn't cross to wide characters counts its bytes.
+/// The number of bytes if the text can't be converted to wide characters.
 std::size_t CharactersIn(const String& text) {
     const WString wide(text);
     const auto isSecondOfPair = [](WideChar unit) { return unit >= 0xDC00 && unit <= 0xDFFF; };
@@ -21,16 +21,16 @@ std::size_t CharactersIn(const String& text) {
 }  // namespace
 
 void Table::Measure(const Row& row) {
-    widths.resize(std::max(widths.size(), row.size()));
+    m_Widths.resize(std::max(m_Widths.size(), row.size()));
     for (std::size_t column = 0; column < row.size(); ++column)
-        widths[column] = std::max(widths[column], CharactersIn(row[column].GetAs<String>()));
+        m_Widths[column] = std::max(m_Widths[column], CharactersIn(row[column].GetAs<String>()));
 }
 
 String Table::Line(const Row& row) const {
     String line;
     for (std::size_t column = 0; column < row.size(); ++column) {
         const String text = row[column].GetAs<String>();
-        const std::string blanks(widths[column] - CharactersIn(text), ' ');
+        const std::string blanks(m_Widths[column] - CharactersIn(text), ' ');
         const bool isLast = column + 1 == row.size();
         if (IsNumber(row[column]))
             line += blanks + text;

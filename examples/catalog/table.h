@@ -8,18 +8,19 @@
 
 using Row = std::vector<MultiType>;
 
-/// The layout of a table. Numbers stand at the right of their column, all else at the left; a
-/// column is as wide as the longest text in it, counted in characters. Only the widths are kept:
-/// each row is measured first, and made again when it is written.
+/// The layout of a table. Numbers are aligned to the right of their column, everything else to the
+/// left; a column is as wide as its longest text, counted in characters. Only the widths are
+/// stored: a program measures all rows first, and makes each row again to write it.
 class Table {
 public:
+    /// Widens the columns for `row`.
     void Measure(const Row& row);
 
-    /// The line of a row that was measured before.
+    /// The line of a row, which must have been measured.
     String Line(const Row& row) const;
 
 private:
-    std::vector<std::size_t> widths;
+    std::vector<std::size_t> m_Widths;
 };
 
 #endif

@@ -4,15 +4,15 @@
 #include <vector>
 
 #include "commands.h"
-#include "crew.h"
 #include "directory.h"
 #include "messages.h"
+#include "parallel.h"
 #include "progress.h"
 #include "store.h"
 
 namespace {
 
-/// What became of a file since it was scanned. In the order of the totals.
+/// What became of a file since it was scanned, in the order of the totals.
 enum State { NEW, CHANGED, MISSING, UNREADABLE, UNCHANGED };
 constexpr const char* STATE_NAMES[] = {"new", "changed", "missing", "unreadable", "unchanged"};
 
@@ -26,13 +26,14 @@ using Findings = std::map<std::string, Finding>;
 
 Finding Compare(Store& store, const Directory& directory, const std::string& name) {
     Entry entry;
-    if (!store.Find(directory.Absolute(name), entry) || entry.isGone)
+    if (!store.Find(directory.Absolute(name), entry) || entry.isMissing)
         return {NEW, String()};
     Contents contents;
     const String reason = ReadContents(directory.root, name, contents);
     if (!reason.empty())
         return {UNREADABLE, reason};
-    const bool isSame = contents.look.size == entry.look.size && contents.digest == entry.digest;
+    const bool isSame =
+        contents.status.size == entry.status.size && contents.digest == entry.digest;
     return {isSame ? UNCHANGED : CHANGED, String()};
 }
 
@@ -41,7 +42,7 @@ void VerifyFiles(Store& store, const Directory& directory, int threads, bool qui
     const std::vector<std::string>& files = directory.tree.files;
     std::vector<Finding> found(files.size());
     Progress progress(files.size(), quiet);
-    ShareOut(files.size(), threads, [&](std::size_t index) {
+    ParallelFor(files.size(), threads, [&](std::size_t index) {
         found[index] = Compare(store, directory, files[index]);
         progress.Step();
     });
@@ -60,11 +61,12 @@ std::vector<std::string> ScannedDirectories(Store& store) {
     return paths;
 }
 
-/// The store's files within `path` of which nothing else was found.
+/// Adds the store's files within `path` that were not found. `directory` is null if all of it is
+/// missing.
 void AddMissing(Store& store, const std::string& path, const Directory* directory,
                 Findings& findings) {
     store.ForEach([&](const Entry& entry) {
-        if (entry.kind == Entry::FILE && !entry.isGone && IsWithin(entry.path, path) &&
+        if (entry.kind == Entry::FILE && !entry.isMissing && IsWithin(entry.path, path) &&
             (directory == nullptr || directory->Lacks(entry.path)))
             findings.insert({entry.path, {MISSING, String()}});
     });
@@ -97,7 +99,7 @@ ExitStatus Verify(const CommandLine& line) {
     for (const auto& [path, finding] : findings) {
         ++counts[finding.state];
         if (finding.state == UNREADABLE)
-            Complain(path, finding.reason);
+            PrintError(path, finding.reason);
         else if (finding.state != UNCHANGED)
             PrintLine(String(STATE_NAMES[finding.state]) + " " + Escaped(path));
     }

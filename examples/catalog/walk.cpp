@@ -13,21 +13,21 @@
 
 namespace {
 
-struct CloseDirectory {
+struct DirectoryCloser {
     void operator()(DIR* directory) const { closedir(directory); }
 };
-using Directory = std::unique_ptr<DIR, CloseDirectory>;
+using DirectoryStream = std::unique_ptr<DIR, DirectoryCloser>;
 
-Directory OpenDirectory(const Descriptor& root, const std::string& path) {
+DirectoryStream OpenDirectory(const Descriptor& root, const std::string& path) {
     Descriptor opened = OpenBelow(root, path, O_RDONLY | O_DIRECTORY);
-    Directory directory(opened.IsOpen() ? fdopendir(opened.Number()) : nullptr);
+    DirectoryStream directory(opened.IsOpen() ? fdopendir(opened.Number()) : nullptr);
     if (directory)
         opened.Release();
     return directory;
 }
 
 /// The entry's type as in `d_type`, which some file systems leave out; `DT_UNKNOWN` with `errno`
-/// set where the system doesn't tell it.
+/// set if the system can't tell.
 unsigned char TypeOf(DIR* directory, const dirent& entry) {
     struct stat status;
     if (entry.d_type != DT_UNKNOWN)
@@ -40,24 +40,24 @@ unsigned char TypeOf(DIR* directory, const dirent& entry) {
 class Walk {
 public:
     Walk(const Descriptor& treeRoot, const String& namePattern)
-        : root(treeRoot), pattern(namePattern) {}
+        : m_Root(treeRoot), m_Pattern(namePattern) {}
 
     Tree Run() {
-        while (!pending.empty()) {
+        while (!m_Pending.empty()) {
             StopIfInterrupted();
-            const std::string path = std::move(pending.back());
-            pending.pop_back();
-            LookInto(path);
+            const std::string path = std::move(m_Pending.back());
+            m_Pending.pop_back();
+            ReadDirectory(path);
         }
-        std::sort(tree.files.begin(), tree.files.end());
-        std::sort(tree.failures.begin(), tree.failures.end(),
+        std::sort(m_Tree.files.begin(), m_Tree.files.end());
+        std::sort(m_Tree.failures.begin(), m_Tree.failures.end(),
                   [](const Failure& a, const Failure& b) { return a.path < b.path; });
-        return std::move(tree);
+        return std::move(m_Tree);
     }
 
 private:
-    void LookInto(const std::string& path) {
-        const Directory directory = OpenDirectory(root, path);
+    void ReadDirectory(const std::string& path) {
+        const DirectoryStream directory = OpenDirectory(m_Root, path);
         if (!directory)
             return AddFailure(path);
         for (errno = 0; const dirent* entry = readdir(directory.get()); errno = 0)
@@ -73,11 +73,11 @@ private:
         const std::string below = (path.empty() ? "" : path + "/") + name;
         switch (TypeOf(directory, entry)) {
             case DT_DIR:
-                pending.push_back(below);
+                m_Pending.push_back(below);
                 break;
             case DT_REG:
-                if (name.WildcardMatch(pattern))
-                    tree.files.push_back(below);
+                if (name.WildcardMatch(m_Pattern))
+                    m_Tree.files.push_back(below);
                 break;
             case DT_UNKNOWN:
                 AddFailure(below);
@@ -85,12 +85,12 @@ private:
         }
     }
 
-    void AddFailure(const std::string& path) { tree.failures.push_back({path, ReasonOf(errno)}); }
+    void AddFailure(const std::string& path) { m_Tree.failures.push_back({path, ReasonOf(errno)}); }
 
-    const Descriptor& root;
-    const String& pattern;
-    std::vector<std::string> pending{""};
-    Tree tree;
+    const Descriptor& m_Root;
+    const String& m_Pattern;
+    std::vector<std::string> m_Pending{""};  ///< Directories that were not read yet.
+    Tree m_Tree;
 };
 
 }  // namespace

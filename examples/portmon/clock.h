@@ -4,7 +4,7 @@
 
 #include "utilities/utilities.h"
 
-/// The local time now, in the format of the process's locale.
+/// The local time of day now, as the process's locale writes it.
 String LocalTime();
 
 #endif

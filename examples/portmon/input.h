@@ -1,22 +1,23 @@
-/// What the user wants to send.
+/// The lines that the user wants to send.
 #ifndef PORTMON_INPUT_H
 #define PORTMON_INPUT_H
 
 #include <optional>
 #include <string>
 
-/// The lines of the standard input.
+/// Reads the standard input without blocking for longer than asked.
 class Input {
 public:
-    /// Waits until something comes, at most `milliseconds`; an interrupt ends it.
+    /// Waits at most `milliseconds` for input and reads what is there. An interrupt ends the wait.
+    /// A last line without a newline counts as a line.
     void Wait(int milliseconds);
 
-    /// The next line without its newline, nothing where there is none yet.
+    /// Takes the next line, without its newline; nothing while no line is complete.
     std::optional<std::string> TakeLine();
 
 private:
-    std::string read;
-    bool isAtEnd = false;
+    std::string m_Pending;  ///< Read, but not taken yet.
+    bool m_IsAtEnd = false;
 };
 
 #endif

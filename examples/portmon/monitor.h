@@ -1,4 +1,4 @@
-/// Watches one port.
+/// Shows what happens on one serial port.
 #ifndef PORTMON_MONITOR_H
 #define PORTMON_MONITOR_H
 
@@ -16,31 +16,33 @@ struct LineSettings {
     bool hasHandshake;
 };
 
-/// Everything that fails is thrown as `std::runtime_error`.
+/// An open port, what arrives on it and what is still to be sent. A failure is thrown as
+/// `std::runtime_error` with the device's name.
 class Monitor {
 public:
-    /// Opens the device.
+    /// Opens the device, which fails where it is in use or doesn't take the settings. What arrives
+    /// is shown as text or in hexadecimal.
     Monitor(const String& devicePath, const LineSettings& settings, bool inHexadecimal);
 
-    /// Shows what arrives and the state of the port whenever a modem line changes, and sends the
-    /// lines of the standard input, until an interrupt.
+    /// Shows what arrives, shows the state of the port whenever a modem line changes, and sends the
+    /// lines of the standard input. Returns after an interrupt; throws when the device has gone.
     void Run();
 
 private:
     void Receive();
-    void TakeLine();
+    void QueueLine();
     void Send();
     void ShowState();
     bool HaveLinesChanged();
     void StopIfGone() const;
 
-    String device;
-    CComm port;
-    Arrivals arrivals;
-    Input input;
-    std::string outgoing;  ///< What is still to be handed to the port.
-    bool hasCarrier = false;
-    bool isClearToSend = false;
+    String m_Device;
+    CComm m_Port;
+    Arrivals m_Arrivals;
+    Input m_Input;
+    std::string m_Outgoing;  ///< Bytes that the port has not taken yet.
+    bool m_HasCarrier = false;
+    bool m_IsClearToSend = false;
 };
 
 #endif

@@ -7,9 +7,9 @@
 
 namespace {
 
-constexpr std::size_t TEXT_LENGTH = 1000;  ///< A longer line takes several rows.
+constexpr std::size_t TEXT_LENGTH = 1000;  // A longer line takes several rows.
 constexpr std::size_t HEXADECIMAL_LENGTH = 16;
-constexpr unsigned int LONG_AGO = 200;  ///< Milliseconds.
+constexpr unsigned int LONG_AGO = 200;  // Milliseconds.
 
 String AsHexadecimal(const std::string& bytes) {
     String text;
@@ -40,30 +40,30 @@ void ShowRow(Mark mark, const String& text) {
 }
 
 std::size_t Arrivals::RowLength() const {
-    if (inHexadecimal)
+    if (m_InHexadecimal)
         return HEXADECIMAL_LENGTH;
-    return std::min(pending.find('\n'), TEXT_LENGTH - 1) + 1;
+    return std::min(m_Pending.find('\n'), TEXT_LENGTH - 1) + 1;
 }
 
 void Arrivals::Show(std::size_t length) {
-    const std::string row = pending.substr(0, length);
-    pending.erase(0, length);
-    ShowRow(MARK_ARRIVED, inHexadecimal ? AsHexadecimal(row) : AsText(row));
+    const std::string row = m_Pending.substr(0, length);
+    m_Pending.erase(0, length);
+    ShowRow(MARK_ARRIVED, m_InHexadecimal ? AsHexadecimal(row) : AsText(row));
 }
 
 void Arrivals::Add(const std::string& bytes) {
-    pending += bytes;
-    lastArrival = GetSystemTickCount();
-    while (RowLength() <= pending.size())
+    m_Pending += bytes;
+    m_LastArrival = GetSystemTickCount();
+    while (RowLength() <= m_Pending.size())
         Show(RowLength());
 }
 
 void Arrivals::ShowOld() {
-    if (CalculateTicksDifference(GetSystemTickCount(), lastArrival) >= LONG_AGO)
+    if (CalculateTicksDifference(GetSystemTickCount(), m_LastArrival) >= LONG_AGO)
         ShowRest();
 }
 
 void Arrivals::ShowRest() {
-    if (!pending.empty())
-        Show(pending.size());
+    if (!m_Pending.empty())
+        Show(m_Pending.size());
 }

@@ -6,11 +6,11 @@
 
 namespace {
 
-/// What a usage allows.
+/// The words and options that a usage allows.
 struct Grammar {
     std::size_t leastWords = 0;
     std::size_t mostWords = 0;
-    std::map<String, bool> options;  ///< Whether they take a value.
+    std::map<String, bool> options;  ///< True for one that takes a value.
 };
 
 Grammar GrammarOf(const String& usage) {
@@ -48,10 +48,10 @@ const String* CommandLine::ValueOf(const char* option) const {
     return found != options.end() ? &found->second : nullptr;
 }
 
-int CommandLine::NumberOf(const char* option, int least, int most, int otherwise) const {
+int CommandLine::NumberOf(const char* option, int least, int most, int fallback) const {
     const String* text = ValueOf(option);
     if (text == nullptr)
-        return otherwise;
+        return fallback;
     int number = 0;
     const char* const end = text->c_str() + text->size();
     const auto [stop, error] = std::from_chars(text->c_str(), end, number);

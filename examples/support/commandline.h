@@ -13,29 +13,31 @@ using Arguments = std::vector<String>;
 
 struct CommandLine {
     Arguments words;
-    std::map<String, String> options;  ///< By their names without the dashes.
+    std::map<String, String> options;  ///< Values by names, without dashes; empty without a value.
 
+    /// Whether the option was given.
     bool Has(const char* option) const { return options.count(option) != 0; }
 
-    /// Null for an option that wasn't given.
+    /// The value of an option; null if it wasn't given.
     const String* ValueOf(const char* option) const;
 
-    /// The value of an option that is a number from `least` to `most`; `otherwise` where it wasn't
-    /// given.
-    int NumberOf(const char* option, int least, int most, int otherwise) const;
+    /// The value of an option as a number; `fallback` if it wasn't given. Anything that is not a
+    /// number from `least` to `most` is thrown as `UsageError`.
+    int NumberOf(const char* option, int least, int most, int fallback) const;
 };
 
-/// A command line that makes no sense; `what` tells why.
+/// An invalid command line; `what` tells why.
 class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Splits the arguments behind a command's name into words and options, which can stand in any
-/// order; behind "--" all are words. Nothing where they don't fit the command's usage, as
+/// Splits the arguments after a command's name into words and options, which can stand in any
+/// order; after "--" all are words. Returns nothing where they don't fit the command's usage, as in
 ///
 ///     list DIR [PATTERN] [--threads N] [--quiet]
 ///
-/// that is, a word or two, and the options that it names, with a value where one follows.
+/// which allows one word or two and the options that it names. An option takes a value if the usage
+/// has a word after it.
 std::optional<CommandLine> ParseCommandLine(const Arguments& arguments, const String& usage);
 
 #endif

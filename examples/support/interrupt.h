@@ -1,23 +1,23 @@
-/// The user's wish to end the program.
+/// Interrupts: the user's wish to end the program.
 #ifndef SUPPORT_INTERRUPT_H
 #define SUPPORT_INTERRUPT_H
 
 #include <exception>
 
-/// Takes note of an interrupt or a request to terminate, once: a second one ends the program at
-/// once.
+/// From now on SIGINT and SIGTERM are noted instead of ending the program. Only the first one is: a
+/// second one ends the program as the system does.
 void CatchInterrupts();
 
-/// To be asked often in all that takes long. From any thread.
+/// Whether there was one. Whatever takes long asks often. From any thread.
 bool IsInterrupted();
 
-/// What ends a command on its own thread behind an interrupt.
+/// Thrown to end a command after an interrupt, on the thread that runs the command.
 class Interrupted : public std::exception {
 public:
     const char* what() const noexcept override { return "interrupted"; }
 };
 
-/// Throws `Interrupted` if there was one.
+/// Throws `Interrupted` if there was an interrupt.
 void StopIfInterrupted();
 
 #endif

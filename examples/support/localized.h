@@ -8,7 +8,7 @@
 
 #include "utilities/utilities.h"
 
-/// `time`, one of the library's, in the process's locale for times.
+/// The text of `time`, any of the library's time classes, in the process's locale for times.
 template <class Time>
 String Localized(const Time& time) {
     std::ostringstream text;

@@ -52,11 +52,11 @@ String Escaped(const std::string& name) {
 
 String ReasonOf(int error) { return std::generic_category().message(error); }
 
-String Counted(unsigned __int64 number, const char* thing) {
+String CountOf(unsigned __int64 number, const char* thing) {
     return MultiType(number).GetAs<String>() + " " + thing + (number == 1 ? "" : "s");
 }
 
-void Complain(const std::string& path, const std::string& reason) {
+void PrintError(const std::string& path, const std::string& reason) {
     std::fprintf(stderr, "%s: %s: %s\n", program_invocation_short_name, Escaped(path).c_str(),
                  reason.c_str());
 }

@@ -1,23 +1,24 @@
-/// What a program says, and how it names files.
+/// The lines that a program writes, and how it shows file names.
 #ifndef SUPPORT_MESSAGES_H
 #define SUPPORT_MESSAGES_H
 
 #include "utilities/utilities.h"
 
-/// `name` in a form that takes one line and shows each name differently: a character that can't be
-/// printed and a byte that belongs to none become \n, \t or \xNN, and a backslash is doubled.
+/// `name` in printable characters on one line. A character that can't be printed and a byte that
+/// belongs to no character become \n, \t or \xNN, and a backslash is doubled, so that different
+/// names are shown differently.
 String Escaped(const std::string& name);
 
 /// The system's text for an `errno` value.
 String ReasonOf(int error);
 
 /// "`number` `thing`s".
-String Counted(unsigned __int64 number, const char* thing);
+String CountOf(unsigned __int64 number, const char* thing);
 
-/// One line on the standard error stream: the program's name, `path` escaped, and `reason`.
-void Complain(const std::string& path, const std::string& reason);
+/// Writes one line to the standard error stream: the program's name, `path` escaped, and `reason`.
+void PrintError(const std::string& path, const std::string& reason);
 
-/// A line on the standard output, and the last of them on its way. Output that can't be written is
+/// Writes a line to the standard output; `FinishOutput` flushes what is buffered. A failed write is
 /// thrown as `std::system_error`.
 void PrintLine(const String& line);
 void FinishOutput();

@@ -3,11 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <random>
-#include <ranges>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -21,7 +22,7 @@ namespace {
 
 using Nodes = std::list<CacheNode>;
 
-/// The ids of nodes, with their data and states unless those are 0. "- " for a row of free ones.
+/// The ids of nodes, with their data and states unless these are 0; "- " for a run of free nodes.
 std::string Text(const Nodes& nodes) {
     std::string text;
     for (const CacheNode& node : nodes) {
@@ -36,7 +37,7 @@ std::string Text(const Nodes& nodes) {
     return text;
 }
 
-/// A cache that keeps what was written, and shows what is protected.
+/// A cache that records the nodes that were written back and makes the protected members public.
 struct TestCache : CacheManager {
     explicit TestCache(unsigned int requested) : CacheManager(requested, 1) {
         for (Nodes* const nodes : {&writeCache, &readCache})
@@ -50,11 +51,96 @@ struct TestCache : CacheManager {
     std::string written;
 };
 
-/// What becomes of a cache by steps of a letter and a number, of which those with '#', '=' and '*'
-/// change the node that was given last: what was written, both lists, range of ids and free nodes.
-/// A miss shows as '!'.
+CacheNode* First(Nodes& nodes, auto ask, auto answer) {
+    const auto found = std::ranges::find(nodes, answer, ask);
+    return found != nodes.end() ? &*found : nullptr;
+}
+
+CacheNode* Last(Nodes& nodes, unsigned int id) {
+    const auto found = std::ranges::find(nodes.rbegin(), nodes.rend(), id, &CacheNode::getNodeID);
+    return found != nodes.rend() ? &*found : nullptr;
+}
+
+/// What a `TestCache` must do, with a walk for each find.
+struct Model {
+    explicit Model(unsigned int requested) { Resize(requested); }
+
+    static CacheNode* Use(Nodes& nodes, CacheNode* used) {
+        const auto node = std::ranges::find(nodes, used, [](CacheNode& one) { return &one; });
+        if (used != nullptr && used->getNodeID() != nodes.back().getNodeID())
+            nodes.splice(nodes.end(), nodes, node);
+        return used;
+    }
+    static CacheNode* Take(Nodes& nodes, CacheNode* clean, unsigned int id) {
+        CacheNode* const taken = clean != nullptr ? clean : &nodes.front();
+        taken->setNodeID(id);
+        return Use(nodes, taken);
+    }
+    CacheNode* LastInRange(unsigned int id) {
+        return id >= minNodeID && id <= maxNodeID ? Last(writeCache, id) : nullptr;
+    }
+    CacheNode* addNodeID_ToWC(unsigned int id) {
+        CacheNode* const clean = First(writeCache, &CacheNode::getNodeState, 0);
+        if (clean == nullptr)
+            flushCache(1);
+        maxNodeID = std::max(maxNodeID, id);
+        minNodeID = std::min(minNodeID, id);
+        return Take(writeCache, clean, id);
+    }
+    CacheNode* addNodeID_ToRC(unsigned int id) {
+        return Take(readCache, First(readCache, &CacheNode::getNodeState, 0), id);
+    }
+    CacheNode* searchNodeID_InWC(unsigned int id) { return Use(writeCache, LastInRange(id)); }
+    CacheNode* searchNodeID_InRC(unsigned int id) {
+        CacheNode* const source = LastInRange(id);
+        if (source == nullptr)
+            return Use(readCache, Last(readCache, id));
+        CacheNode* copy = Use(readCache, First(readCache, &CacheNode::getNodeID, id));
+        copy = copy != nullptr ? copy : addNodeID_ToRC(id);
+        *copy->getNodeData() = *source->getNodeData();
+        copy->setNodeState(1);
+        return source;
+    }
+    void flushCache(unsigned char) {
+        for (CacheNode* node; (node = First(writeCache, &CacheNode::getNodeState, 1));
+             ++freeNodes) {
+            written += Text(Nodes(1, *node));
+            node->setNodeState(0);
+        }
+        Empty(readCache);
+    }
+    void clearCache() {
+        Empty(writeCache);
+        Empty(readCache);
+        freeNodes = amount;
+    }
+    void Empty(Nodes& nodes) {
+        std::ranges::fill(nodes, CacheNode(1));
+        maxNodeID = 0;
+        minNodeID = 0xFFFFFFFF;
+    }
+    void resizeCache(unsigned int count) { Resize(count / 10); }
+    void Resize(unsigned int requested) {
+        const unsigned int before = std::exchange(amount, requested < 4 ? 3 : requested + 20);
+        if (amount < before)
+            flushCache(2);
+        freeNodes = amount < before ? amount : freeNodes + amount - before;
+        writeCache.resize(amount, CacheNode(1));
+        readCache.resize(amount / 2, CacheNode(1));
+    }
+
+    unsigned int amount = 0, freeNodes = 0, maxNodeID = 0, minNodeID = 0xFFFFFFFF;
+    Nodes writeCache, readCache;
+    std::string written;
+};
+
+/// Runs steps of a letter and a number on a cache; '#', '=' and '*' change the node that was
+/// returned last, 'm' moves nodes between the lists as a derived class can. Returns what was
+/// written back, with '!' for each miss, both lists, the range of ids and the number of free nodes.
+template <class Cache>
 std::string Result(unsigned int requested, const std::string& script) {
-    TestCache cache(requested);
+    Cache cache(requested);
+    Nodes &changed = cache.writeCache, &copies = cache.readCache;
     CacheNode* node = nullptr;
     using Number = unsigned int;
     const std::map<char, std::function<void(Number)>> steps = {
@@ -67,14 +153,21 @@ std::string Result(unsigned int requested, const std::string& script) {
         {'*', [&](Number state) { node->setNodeState(static_cast<int>(state)); }},
         {'F', [&](Number reason) { cache.flushCache(static_cast<unsigned char>(reason)); }},
         {'C', [&](Number) { cache.clearCache(); }},
-        {'R', [&](Number count) { cache.resizeCache(count); }}};
+        {'R', [&](Number count) { cache.resizeCache(count); }},
+        {'m', [&](Number count) {
+             const auto size = static_cast<std::ptrdiff_t>(copies.size());
+             const auto end = std::next(copies.begin(), std::min<std::ptrdiff_t>(count, size - 1));
+             changed.splice(changed.begin(), copies, copies.begin(), end);
+         }}};
     std::istringstream in(script);
     char step = 0;
     for (Number number = 0; in >> step >> number;) {
-        steps.at(step)(number);
+        if (node != nullptr || std::string("#=*").find(step) == std::string::npos)
+            steps.at(step)(number);
         cache.written += (step == 's' || step == 'q') && node == nullptr ? "! " : "";
+        node = std::string("FCR").find(step) == std::string::npos ? node : nullptr;
     }
-    return cache.written + "| " + Text(cache.writeCache) + "| " + Text(cache.readCache) + "| " +
+    return cache.written + "| " + Text(changed) + "| " + Text(copies) + "| " +
            std::to_string(cache.minNodeID) + "-" + std::to_string(cache.maxNodeID) + " " +
            std::to_string(cache.freeNodes);
 }
@@ -85,30 +178,20 @@ TEST(CacheManager, AddsFindsMovesAndForgets) {
         unsigned int requested;
         const char *script, *result;
     } CASES[] = {
-        {0, "w1 *1 w2 w3 w4", "| 1*1 3 4 | - | 1-4 3"},
         {0, "w1 =5 *1 w2 *1 q2 w3 *1 w4", "1=5*1 2*1 3*1 | 2 3 4=5 | - | 4-4 6"},
-        {0, "w1 *2 w2 *1 w3 *2 w4", "2*1 | 2 3*2 4*2 | - | 4-4 4"},
-        {0, "w1 w2 w3 w3 =7 s3 =8 q3", "| 3=7 2 3=8 | 3=8*1 | 1-3 3"},
         {0, "w1 w2 w3 s1 =6 s2 s2 s4 s0", "! ! | 3 1=6 2 | - | 1-3 3"},
-        {0, "w2 w5 w3 F1 w4 s3 w1 s3", "! | 4 1 3 | - | 1-4 3"},
-        {0, "w1 w2 w3 s1 #9 s9 s3 #2 =7 s3 s2", "! ! | 2 9 2=7 | - | 1-3 3"},
         {0, "s4294967295 q4294967295 =3 q1", "! ! | - | - | 4294967295-0 3"},
         {0, "r7 =4 *1 s7 q7 r8 =5 q4294967295", "! ! | - | 8=5*1 | 4294967295-0 3"},
-        {FIVE, "r1 *1 r2 *1 r3 r4 *0 r5", "| - | 3*1 5 | 4294967295-0 5"},
         {0, "w1 *1 q1 C0 s1", "! | - | - | 4294967295-0 3"},
-        {0, "w1 *1 w2 q2 F0 q2", "1*1 ! | - 1 2 | - | 4294967295-0 4"},
         {0, "w1 *1 q1 R39", "| - 1*1 | 1*1 | 1-1 3"},
-        {0, "w1 *1 F0 w2 *1 q2 R40", "1*1 | - 1 2*1 - | 2*1 - | 2-2 25"},
         {FIVE, "w1 =5 w2 q1 *1 q2 q1 =6 q1 w3 q3", "| - 1=6*1 2 3 | 1=6*1 3*1 | 1-3 5"},
-        {FIVE, "r8 =1 r8 =2 q8 =3 w8 =4 q8 r9", "| - 8=4 | 8=4*1 9=3 | 8-8 5"},
-        {FIVE, "r1 =1 r2 =2 q1 =3 r3", "| - | 1=3 3=2 | 4294967295-0 5"},
         {FIVE, "w1 w2 w3 w4 *1 w5 *2 r6 R0", "4*1 | 1 2 3 | - | 4294967295-0 3"},
         {ONE, "w1 *1 q1 r2 w2 r3 w3", "1*1 | 3 | 3 | 2-3 2"},
         {ONE - 1, "w1 =5 *1 q1 r2 w2 q2", "1=5*1 | 2=5 | 2=5*1 | 2-2 1"},
         {TWO, "w1 w2 w3 q2", "| 2 3 | 2*1 | 1-3 2"},
     };
     for (const auto& row : CASES)
-        EXPECT_EQ(Result(row.requested, row.script), row.result) << row.script;
+        EXPECT_EQ(Result<TestCache>(row.requested, row.script), row.result) << row.script;
 }
 
 TEST(CacheManager, SizesByItsRule) {
@@ -125,42 +208,6 @@ TEST(CacheManager, SizesByItsRule) {
     }
 }
 
-// Nodes tell by their data which ones they are.
-TEST(CacheManager, FindsTheNodesThatAWalkWould) {
-    std::linear_congruential_engine<std::uint32_t, 48271, 0, 2147483647> random(1);
-    const auto any = [&](unsigned int count) { return random() % count; };
-    const auto first = [](auto&& nodes, auto ask, auto answer) {
-        const auto found = std::ranges::find(nodes, answer, ask);
-        return found == std::ranges::end(nodes) ? -1 : *found->getNodeData();
-    };
-    TestCache cache(100);
-    for (int i = 0; i < 50000; ++i) {
-        const unsigned int id = any(150);
-        const auto last = [&](auto& nodes) {
-            return first(nodes | std::views::reverse, &CacheNode::getNodeID, id);
-        };
-        const bool isInRange = id >= cache.minNodeID && id <= cache.maxNodeID, reads = any(2) == 0;
-        const int changed = isInRange ? last(cache.writeCache) : -1;
-        const int wanted = reads && changed == -1 ? last(cache.readCache) : changed;
-        const CacheNode* const found =
-            reads ? cache.searchNodeID_InRC(id) : cache.searchNodeID_InWC(id);
-        ASSERT_EQ(found != nullptr ? *found->getNodeData() : -1, wanted) << i;
-
-        const int clean = first(cache.writeCache, &CacheNode::getNodeState, 0);
-        CacheNode* const added = cache.addNodeID_ToWC(any(150));
-        ASSERT_TRUE(clean == -1 || clean == *added->getNodeData()) << i;
-        *added->getNodeData() = static_cast<unsigned char>(i);
-        if (any(4) == 0)
-            added->setNodeID(any(150));
-        added->setNodeState(static_cast<int>(any(2)));
-        if (any(1000) == 0)
-            cache.resizeCache(10 * any(150));
-        if (any(100) == 0 && !cache.readCache.empty())  // A derived class may move a node.
-            cache.writeCache.splice(cache.writeCache.begin(), cache.readCache,
-                                    cache.readCache.begin());
-    }
-}
-
 TEST(CacheNode, OwnsItsBlock) {
     CacheNode source(2), target(2);
     source.setNodeID(5);
@@ -174,26 +221,62 @@ TEST(CacheNode, OwnsItsBlock) {
         EXPECT_EQ(Text(Nodes(1, *node)) + char(node->getNodeData()[1]), "5=61*-1 c");
 }
 
-TEST(CacheManager, IsWholeWhenAMovingThreadIsKilled) {
-    static TestCache cache(0);
-    static std::atomic<int> moves;
-    for (const unsigned int id : {1u, 2u})
-        cache.addNodeID_ToWC(id);
-    for (int round = 0; round < 20; ++round) {
-        SystemThread mover("mover", [](SystemThread*) -> unsigned int {
-            for (unsigned int id = 1;; id = 3 - id, ++moves)
-                cache.searchNodeID_InWC(id);
+TEST(CacheManager, FindsTheNodesThatAWalkWould) {
+    std::linear_congruential_engine<std::uint32_t, 48271, 0, 2147483647> random(1);
+    const auto any = [&](auto count) { return static_cast<unsigned int>(random()) % count; };
+    for (int i = 0; i < 3000; ++i) {
+        const unsigned int requested = std::array{0u, 4u, 0xFFFFFFEEu, 0xFFFFFFF5u}[any(4u)];
+        const std::string steps = "wwwrrssssqqqq##" + std::string(any(16u), '*') + "mFCR";
+        std::ostringstream script;
+        for (unsigned int step = any(200u); step > 0; --step) {
+            const char letter = steps[any(steps.size() - (any(3u) != 0 ? 4 : 0))];
+            script << letter << any(letter == '*' ? 3u : letter == 'R' ? 90u : 12u) << ' ';
+            if (letter == 'w' || letter == 'r')
+                script << '=' << any(250u) << ' ';
+        }
+        ASSERT_EQ(Result<TestCache>(requested, script.str()),
+                  Result<Model>(requested, script.str()))
+            << requested << ": " << script.str();
+    }
+}
+
+TEST(CacheManager, IsWholeWhenAThreadIsKilledInIt) {
+    static TestCache cache(4);
+    static std::atomic<int> uses;
+    for (int round = 0; round < 60; ++round) {
+        SystemThread user("user", [](SystemThread*) -> unsigned int {
+            std::minstd_rand random;
+            for (;; ++uses) {
+                const auto id = static_cast<unsigned int>(random() % 40);
+                CacheNode* node = cache.searchNodeID_InWC(id);
+                node = node != nullptr ? node : cache.addNodeID_ToWC(id);
+                node->setNodeState(id % 8 == 0);
+                node = cache.searchNodeID_InRC(40 + id);
+                node = node != nullptr ? node : cache.addNodeID_ToRC(40 + id);
+                node->setNodeState(1);
+                cache.searchNodeID_InRC(id);
+            }
         });
-        moves = 0;
-        ASSERT_TRUE(mover.Create(false, 0));
-        ASSERT_TRUE(Eventually([] { return moves > 100; }));
-        cache.mruLock.Lock();
-        ASSERT_TRUE(FallsAsleep(mover.getThreadId())) << "a move takes the lock";
-        cache.mruLock.Unlock();
-        ASSERT_TRUE(mover.Terminate(0));
+        uses = 0;
+        ASSERT_TRUE(user.Create(false, 0));
+        ASSERT_TRUE(Eventually([] { return uses > 100; }));
+        if (round % 2 == 0) {
+            cache.mruLock.Lock();
+            ASSERT_TRUE(FallsAsleep(user.getThreadId())) << "a move takes the lock";
+            cache.mruLock.Unlock();
+        }
+        ASSERT_TRUE(user.Terminate(0));
         ASSERT_TRUE(cache.mruLock.TryLock(0));
         cache.mruLock.Unlock();
-        ASSERT_EQ(std::distance(cache.writeCache.rbegin(), cache.writeCache.rend()), 3);
+        ASSERT_EQ(std::distance(cache.writeCache.rbegin(), cache.writeCache.rend()), 24);
+        for (unsigned int id = 0; id < 40; ++id) {
+            CacheNode *const changed = Last(cache.writeCache, id), *const copy = Last(
+                                                                       cache.readCache, 40 + id);
+            ASSERT_EQ(cache.searchNodeID_InWC(id), changed) << round;
+            ASSERT_EQ(cache.searchNodeID_InRC(40 + id), copy) << round;
+        }
+        CacheNode* const clean = First(cache.writeCache, &CacheNode::getNodeState, 0);
+        ASSERT_TRUE(clean == nullptr || cache.addNodeID_ToWC(0) == clean);
     }
     std::ostringstream list;
     showMutexList(list, true);

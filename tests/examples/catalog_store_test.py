@@ -20,7 +20,8 @@ class Store(unittest.TestCase):
         self.work = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory())).resolve()
         self.tree = self.work / "tree"
         self.tree.mkdir()
-        self.store = self.work / "store"
+        self.enterContext(contextlib.chdir(self.work))
+        self.store = pathlib.Path("store")  # compressed files have no blanks in their paths
 
     def put(self, name, content=b""):
         path = self.tree / name
@@ -80,7 +81,7 @@ class Store(unittest.TestCase):
         self.assertRegex(output.splitlines()[0], f"^{self.tree}: scanned .*, [0-9a-f]{{16}}$")
         self.assertIn("\n2 files, 7 bytes\n", output)
 
-    def test_loses_nothing_where_several_scan_into_one_store(self):
+    def test_loses_nothing_when_several_scan_into_one_store(self):
         names = [f"{part}/{number}" for part in range(4) for number in range(150)]
         for name in names:
             self.put(name, name.encode())
@@ -95,7 +96,7 @@ class Store(unittest.TestCase):
         self.assertEqual(self.paths(), sorted(str(self.tree / name) for name in names))
         self.assertEqual(self.store.stat().st_size, RECORD * (1 + 4 + len(names)))
 
-    def test_goes_on_where_a_scan_was_stopped(self):
+    def test_continues_a_scan_that_was_stopped(self):
         for number in range(2000):
             self.put(str(number), b"x" * 20000)
         for how, status in ((signal.SIGINT, 130), (signal.SIGKILL, -signal.SIGKILL)):
@@ -113,7 +114,7 @@ class Store(unittest.TestCase):
                          f"{2000 - kept} new files, 0 changed files, {kept} unchanged files, "
                          "0 missing files\n")
 
-    def test_refuses_what_is_no_sound_store_and_leaves_it_alone(self):
+    def test_refuses_a_damaged_store_and_leaves_it_alone(self):
         self.put("file")
         self.scan()
         sound = self.store.read_bytes()
@@ -144,7 +145,7 @@ class Store(unittest.TestCase):
         self.assertEqual(self.run_catalog("verify")[:2][1].splitlines()[0],
                          f"missing {self.tree}/shut/file")
 
-    def test_archives_and_brings_back_the_store(self):
+    def test_archives_and_restores_the_store(self):
         self.put("file", b"1")
         self.scan()
         sound = self.store.read_bytes()
@@ -159,7 +160,7 @@ class Store(unittest.TestCase):
         self.store.write_bytes(b"damaged")
         self.assertEqual(self.run_catalog("restore", "out", "--force"), (0, sizes, ""))
         self.assertEqual(self.store.read_bytes(), sound)
-        # What is no store doesn't take the place of one.
+        # Anything that is not a store never replaces one.
         (self.work / "out.gz").write_bytes(b"")
         for name, reason in (("out", "not a catalogue's store"), ("no", "No such file")):
             status, output, errors = self.run_catalog("restore", name, "--force")
@@ -180,7 +181,7 @@ class Store(unittest.TestCase):
                                 env=ENVIRONMENT, stdout=subprocess.DEVNULL, stderr=theirs)
         os.close(theirs)
         shown = b""
-        with contextlib.suppress(OSError):  # at the end, when nobody has the other side open
+        with contextlib.suppress(OSError):  # raised once the other side is closed
             while True:
                 shown += os.read(ours, 10000)
         self.assertEqual(scan.wait(50), 0)

@@ -11,7 +11,7 @@ import unittest
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 
-# Root may read everything unless it gives that up.
+# Root may read everything unless it drops that right.
 AS_ORDINARY_USER = (["setpriv", "--bounding-set", "-dac_override,-dac_read_search"]
                     if os.geteuid() == 0 else [])
 
@@ -90,7 +90,7 @@ class Catalog(unittest.TestCase):
         os.symlink("tree", os.path.join(self.work, "link"))
         self.assertEqual(self.names_listed("link"), (0, ["sub/file"], ""))
 
-    def test_goes_on_behind_what_it_cannot_read(self):
+    def test_goes_on_after_what_it_cannot_read(self):
         for name in ("a", "b\nlocked", "c/shut/file", "d"):
             self.put(name)
         os.chmod(os.path.join(self.tree, "b\nlocked"), 0)
@@ -167,7 +167,7 @@ class Catalog(unittest.TestCase):
             self.assertEqual(self.run_catalog("list", "tree", "--threads", number),
                              (2, "", "catalog: --threads: not a number from 1 to 256\n"))
 
-    def test_gives_the_same_table_whatever_the_number_of_threads(self):
+    def test_prints_the_same_table_whatever_the_number_of_threads(self):
         for number in range(300):
             self.put(f"{number}", b"x" * (number * 7919 % 50000))
         expected = self.run_catalog("list", "tree", "--threads", "1")

@@ -28,7 +28,7 @@ class PortMonitor(unittest.TestCase):
         return started
 
     def expect_rows(self, started, *rows):
-        """Each behind its time, which is the local one."""
+        """Expects each row after its time, which is the local one."""
         for row in rows:
             time, shown = started.stdout.readline().rstrip("\n").split(" ", 1)
             self.assertEqual(shown, row)
@@ -41,7 +41,7 @@ class PortMonitor(unittest.TestCase):
         self.assertEqual(started.wait(), status)
 
     def test_shows_text_and_sends_lines(self):
-        started = self.start(self.device, "--baud", "57600", "--parity", "O")
+        started = self.start(self.device, "--baud", "57600", "--stop-bits", "2")
         self.expect_rows(started, IDLE)
         os.write(self.side, "ready\r\ncafé\0\x11\n".encode() + b"x" * 1001 + b"\n> \xff")
         self.expect_rows(started, "< ready", "< café\\x00\\x11", "< " + "x" * 1000, "< x",
@@ -56,7 +56,7 @@ class PortMonitor(unittest.TestCase):
         self.expect_rows(started, "> status", "> ", "> the end", IDLE)
         self.expect_end(started, 0)
 
-    def test_shows_hexadecimal_and_what_a_peer_that_never_reads_holds_up(self):
+    def test_shows_hexadecimal_and_that_a_peer_never_reads(self):
         started = self.start(self.device, "--hex", "--handshake")
         self.expect_rows(started, IDLE)
         os.write(self.side, bytes(range(0x78, 0x8a)))

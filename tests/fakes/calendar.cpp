@@ -1,7 +1,7 @@
 #include "tests/fakes/calendar.h"
 
 #include "utilities/platform/calendar.h"
-#include "utilities/platform/random.h"
+#include "utilities/runtime/random.h"
 
 namespace platform {
 
@@ -52,11 +52,13 @@ std::int32_t mktime(tm* fields) {
 void _tzset() { calendar.calls += 'z'; }
 std::int32_t _timezone() { return timezoneInUse; }
 
-int rand() {
-    calendar.calls += 'r';
-    return Take(calendar.randoms);
+}  // namespace platform
+
+int runtime::rand() {
+    fakes::calendar.calls += 'r';
+    return platform::Take(fakes::calendar.randoms);
 }
 
-void srand(unsigned int seed) { calendar.calls += "s" + std::to_string(static_cast<int>(seed)); }
-
-}  // namespace platform
+void runtime::srand(unsigned int seed) {
+    fakes::calendar.calls += "s" + std::to_string(static_cast<int>(seed));
+}

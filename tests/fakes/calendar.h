@@ -1,4 +1,4 @@
-/// A calendar that gives what it is told to, and chance likewise.
+/// A calendar and a random generator that return what a test sets.
 #ifndef TESTS_FAKES_CALENDAR_H
 #define TESTS_FAKES_CALENDAR_H
 
@@ -8,17 +8,17 @@
 
 namespace fakes {
 
-/// Of each list a call takes the first; the last one stays.
+/// A call takes the first element of its list; the last element stays.
 struct Calendar {
     std::int32_t now = 0;
 
-    /// What `localtime` and `gmtime` give: a letter for a record with that letter in `tm_hour`,
-    /// '-' for null.
+    /// What `localtime` and `gmtime` return: a letter for a record with it in `tm_hour`, '-' for
+    /// null.
     std::string records = "a";
     int gmDaylight = 0;
     std::int32_t* changing = nullptr;  ///< Seconds that each conversion adds 1 to.
 
-    /// What `mktime` gives, and the time zone behind it. A result but -1 leaves 7 in `tm_min`.
+    /// What `mktime` returns, and `_timezone` after it. A result other than -1 sets `tm_min` to 7.
     std::vector<std::int32_t> seconds{0};
     std::vector<std::int32_t> zones{0};
 

@@ -1,12 +1,17 @@
 #include "tests/fakes/clock.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "utilities/platform/clock.h"
 
 namespace platform {
 
-std::uint32_t clock() { return fakes::milliseconds; }
+std::uint32_t clock() {
+    if (const auto happens = std::exchange(fakes::atReading, nullptr))
+        happens();
+    return fakes::milliseconds;
+}
 
 std::uint32_t GetTickCount() { return fakes::milliseconds; }
 

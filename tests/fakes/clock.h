@@ -4,12 +4,16 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 
 namespace fakes {
 
-/// What the clocks show. A pause doesn't wait and doesn't move them; it leaves "pause N" on the
+/// What the clocks show. `Sleep` doesn't wait and doesn't move them; it writes "pause N" to the
 /// standard error stream.
 inline std::atomic<std::uint32_t> milliseconds{0};
+
+/// What happens elsewhere while the clock is read the next time.
+inline std::function<void()> atReading;
 
 }  // namespace fakes
 

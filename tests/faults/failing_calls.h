@@ -81,6 +81,13 @@ void* operator new(std::size_t size) {
 }
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
 
+/// What another program adds to the file while a call fails.
+inline void AppendMeanwhile(int file) {
+    const int error = errno;
+    syscall(SYS_pwrite64, file, ", and more", 10, lseek(file, 0, SEEK_END));
+    errno = error;
+}
+
 // The C library's functions as this program and the library within it see them.
 #define CALL_OR(failed, result, name, parameters, arguments)                                 \
     extern "C" result name parameters noexcept(noexcept(name arguments)) {                   \
@@ -106,7 +113,9 @@ CALL(int, fstat, (int file, struct stat* status), (file, status))
 CALL(int, stat, (const char* path, struct stat* status), (path, status))
 CALL(int, lstat, (const char* path, struct stat* status), (path, status))
 CALL(int, ftruncate, (int file, off_t size), (file, size))
-CALL_OR((ftruncate64(file, offset + size / 2), failure.error), int, posix_fallocate,
+CALL_OR((AppendMeanwhile(file), -1), int, fallocate, (int file, int mode, off_t offset, off_t size),
+        (file, mode, offset, size))
+CALL_OR((AppendMeanwhile(file), failure.error), int, posix_fallocate,
         (int file, off_t offset, off_t size), (file, offset, size))
 CALL(int, flock, (int file, int operation), (file, operation))
 CALL(int, tcflush, (int file, int queue), (file, queue))

@@ -12,6 +12,7 @@
 #include "tests/faults/failing_calls.h"
 #include "tests/support/report_of.h"
 #include "tests/support/scratch.h"
+#include "tests/support/zone.h"
 #include "utilities/utilities.h"
 
 namespace {
@@ -98,15 +99,15 @@ bool KeepRecords() {
         written += isWritten;
     }
     const bool isRead = file.readFile(1) == SIZE && file.writeCurrent() == SIZE;
-    file.closeFile();
+    EXPECT_TRUE(file.closeFile() == 0 || file.closeFile() == 0);
     const std::size_t size = ContentOf("records")->size();
-    EXPECT_GE(size, written * SIZE);
+    EXPECT_EQ(size % SIZE, 0u) << "a part of a record";
 
     if (more.openFile("records", BinaryFile::BF_APPEND, BinaryFile::BF_DENYRW, SIZE) != 0)
         return false;
     const bool isAdded = more.writeCurrent() == SIZE;
     EXPECT_EQ(more.getCurrentRecord() != 0, isAdded);
-    more.closeFile();
+    EXPECT_TRUE(more.closeFile() == 0 || more.closeFile() == 0);
     EXPECT_EQ(ContentOf("records")->size(), size + (isAdded ? SIZE : 0)) << "a part of a record";
     return isAdded && isRead && written == 3 && AssureFileRemoved("records", nullptr);
 }
@@ -115,8 +116,9 @@ bool MapAFile() {
     std::filesystem::remove("mapped");
     WriteFile("mapped", "content");
     const bool isMapped = MappedFile("mapped", 2, 10000).getAddr() != nullptr;
-    EXPECT_TRUE(isMapped || failure.failed != std::string("posix_fallocate") ||
-                ContentOf("mapped") == "content");
+    EXPECT_TRUE(isMapped ||
+                std::string_view(failure.failed).find("fallocate") == std::string::npos ||
+                ContentOf("mapped") == "content, and more");
     return isMapped && ContentOf("mapped")->size() == 10000;
 }
 
@@ -132,10 +134,11 @@ bool Compress() {
     return unpacked;
 }
 
-bool ReadTheZone() {
-    if (failure.error == ENOMEM)
-        return true;
-    for (const char* zone : {"UTC", "Europe/Berlin"}) {
+// After a failure that may pass, the same zone is read again.
+bool ReadTheZone() noexcept {
+    const bool isReadAgain =
+        failure.times == 0 && (failure.error == EIO || failure.error == ENOMEM);
+    for (const char* zone : {isReadAgain ? "Europe/Berlin" : "UTC", "Europe/Berlin"}) {
         setenv("TZ", zone, 1);
         BqLocalDate().set(1, 1, 2000);
     }
@@ -215,6 +218,7 @@ constexpr std::pair<int, int> ERRORS[] = {{EIO, 1},    {EINTR, 1},  {ENOSPC, 2},
 }  // namespace
 
 TEST(FailingCall, LeavesEverythingSound) {
+    const ScopedZone zone("UTC");
     const ScratchWorkingDirectory directory;
     WriteFile("source", "text");
     for (const auto& [what, act] : OPERATIONS) {

@@ -17,6 +17,9 @@ namespace {
 
 constexpr int HEADER = 3, RECORD = 4;
 
+// Lock bytes beyond any content.
+constexpr off_t FILE_END = 0x7fffffffffff0004, PLACE_OF_2 = (off_t{1} << 62) + HEADER + RECORD;
+
 using ReadMode = BinaryFile::E_BF_READMODE;
 
 const std::map<char, int (*)(BinaryFile&, unsigned int)> STEPS = {
@@ -34,6 +37,7 @@ class BinaryFileTest : public testing::Test {
 protected:
     /// Three records.
     void SetUp() override { WriteFile(path, "hdr111122223333"); }
+    void TearDown() override { close(probe); }
 
     int Open(BinaryFile& file, int mode, int share = BinaryFile::BF_DENYNO) const {
         return file.openFile(path, static_cast<BinaryFile::E_BF_FILEMODE>(mode),
@@ -46,23 +50,33 @@ protected:
         return step[0] == 'o' ? Open(file, number) : STEPS.at(step[0])(file, unsigned(number));
     }
 
-    /// A letter for each of header and records that somebody has locked.
+    /// A letter for each of header, records and file's end that another one has locked, or the
+    /// place in the queue for record 2.
     std::string Locked() const {
-        const int probe = open(path.c_str(), O_RDWR | O_CLOEXEC);
+        const struct {
+            char letter;
+            off_t start, size;
+        } RANGES[] = {{'h', 0, HEADER}, {'1', 3, RECORD},   {'2', 7, RECORD},    {'3', 11, RECORD},
+                      {'4', 15, 1},     {'e', FILE_END, 1}, {'q', PLACE_OF_2, 1}};
         std::string locked;
-        for (int part = 0; part < 6; ++part) {
-            const int start = part == 0 ? 0 : HEADER + (part - 1) * RECORD;
-            struct flock range = {F_WRLCK, SEEK_SET, start, part == 0 ? HEADER : RECORD, 0};
+        for (const auto& [letter, start, size] : RANGES) {
+            struct flock range = {F_WRLCK, SEEK_SET, start, size, 0};
             EXPECT_EQ(fcntl(probe, F_OFD_GETLK, &range), 0);
             if (range.l_type != F_UNLCK)
-                locked += "h12345"[part];
+                locked += letter;
         }
-        close(probe);
         return locked;
+    }
+
+    /// Locks a byte as another opener would, or gives it up.
+    void SetLock(short type, off_t byte) const {
+        struct flock range = {type, SEEK_SET, byte, 1, 0};
+        EXPECT_EQ(fcntl(probe, F_OFD_SETLK, &range), 0);
     }
 
     ScratchDirectory scratch;
     std::string path = scratch / "file";
+    const int probe = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
 };
 
 TEST_F(BinaryFileTest, ReadsWritesAndLocksAsItsModeAllows) {
@@ -169,12 +183,63 @@ TEST_F(BinaryFileTest, CountsWholeRecordsOfWhatItCanOpen) {
                                 : !file.isOpen() && file.getHeaderSize() == 1)
             << name;
         EXPECT_EQ(file.getRecordCount(), count) << content;
+        EXPECT_EQ(file.getFileName(), opened == 0 ? name : "");
+        EXPECT_EQ(file.getFileMode(),
+                  opened == 0 ? BinaryFile::BF_EXTEND : BinaryFile::BF_READONLY);
+        EXPECT_EQ(file.getShareMode(), opened == 0 ? BinaryFile::BF_DENYNO : BinaryFile::BF_DENYWR);
         EXPECT_EQ(file.readFile(1), count > 0 ? RECORD : 0) << content;
         EXPECT_EQ(file.readHeader(), bytes) << content;
         EXPECT_TRUE(bytes < 0 ||
                     std::equal(content.begin(), content.begin() + bytes, file.getHeaderBuffer()))
             << content;
     }
+}
+
+TEST_F(BinaryFileTest, AddsNoRecordThatHasNoNumber) {
+    for (const auto& [mode, step] :
+         {std::pair(BinaryFile::BF_APPEND, "c"), std::pair(BinaryFile::BF_EXTEND, "w4294967295")}) {
+        std::filesystem::resize_file(path, 0xFFFFFFFE);
+        BinaryFile file(1, 0);
+        ASSERT_EQ(file.openFile(path, mode, BinaryFile::BF_DENYNO, 0), 0);
+        std::filesystem::resize_file(path, 0x100000002);  // Others have been busy.
+        EXPECT_EQ(Do(file, step), -3);
+        EXPECT_EQ(file.getRecordCount(), 0xFFFFFFFF);
+    }
+}
+
+TEST_F(BinaryFileTest, KeepsItsLocksAsLongAsItsProcessWants) {
+    BinaryFile file(RECORD, 0), other(RECORD, 0);
+    EXPECT_EQ(Open(file, BinaryFile::BF_UPDATE) + Do(file, "R") + Do(file, "r2"), 7);
+    EXPECT_TRUE(file.isHeaderLocked());
+    EXPECT_EQ(EndOf(StartProcess([&] { return file.closeFile(); })), 0);
+    EXPECT_EQ(Locked(), "h2") << "a child that closes its copy";
+    const pid_t child = StartProcess(pause);
+    EXPECT_EQ(file.closeFile(), 0);
+    EXPECT_EQ(Locked(), "") << "a child that lives on";
+    EXPECT_EQ(Open(other, BinaryFile::BF_UPDATE, BinaryFile::BF_DENYRW), 0);
+    kill(child, SIGKILL);
+    EXPECT_EQ(EndOf(child), -SIGKILL);
+}
+
+TEST_F(BinaryFileTest, TakesTurnsAtALock) {
+    frozenTime = BEFORE_THE_WRAP;
+    BinaryFile first(RECORD, 0), second(RECORD, 0);
+    EXPECT_EQ(Open(first, BinaryFile::BF_UPDATE) + Open(second, BinaryFile::BF_UPDATE), 0);
+    EXPECT_EQ(Do(first, "r2"), RECORD);
+    std::string whileItWaits;
+    atPause = [&] {
+        whileItWaits = Locked();
+        Do(first, "w2");
+    };
+    EXPECT_EQ(Do(second, "r2"), RECORD);
+    EXPECT_EQ(whileItWaits, "2q");
+    EXPECT_EQ(Locked(), "2") << "nobody waits any more";
+    // Whoever gave the lock up lets those who wait go first, unless they don't go.
+    EXPECT_EQ(Do(second, "w2"), RECORD);
+    SetLock(F_WRLCK, PLACE_OF_2);
+    const long start = frozenTime;
+    EXPECT_EQ(Do(second, "r2"), RECORD);
+    EXPECT_EQ((frozenTime.exchange(-1) - start) / 100, 5);
 }
 
 TEST_F(BinaryFileTest, GivesUpTenSecondsAfterAnothersLock) {
@@ -192,6 +257,17 @@ TEST_F(BinaryFileTest, GivesUpTenSecondsAfterAnothersLock) {
         EXPECT_EQ((frozenTime - start) / 100, 100) << step;
         EXPECT_TRUE(other.getLockedRecord() == 0 && other.getRecordBuffer()[0] == '1') << step;
     }
+    // The end is another lock, for whoever adds.
+    SetLock(F_WRLCK, FILE_END);
+    BinaryFile appender(RECORD, 0);
+    EXPECT_EQ(Open(appender, BinaryFile::BF_APPEND), 0);
+    for (const auto& [file, step, result] :
+         {std::tuple(&other, "w4", -10), std::tuple(&appender, "c", -1)}) {
+        const long start = frozenTime;
+        EXPECT_EQ(Do(*file, step), result) << step;
+        EXPECT_EQ((frozenTime - start) / 100, 100) << step;
+    }
+    SetLock(F_UNLCK, FILE_END);
     // What was added while it waited for the lock stays whole.
     atPause = [&] { EXPECT_TRUE(holder.closeFile() == 0 && Do(third, "w4") == RECORD); };
     EXPECT_EQ(Do(other, "w4"), RECORD);
@@ -202,7 +278,7 @@ TEST_F(BinaryFileTest, GivesUpTenSecondsAfterAnothersLock) {
     other.closeFile();
     const long start = frozenTime;
     EXPECT_EQ(other.writeFile(1), -10);
-    EXPECT_EQ(std::exchange(frozenTime, -1), start);
+    EXPECT_EQ(frozenTime.exchange(-1), start);
 }
 
 }  // namespace

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <iomanip>
+#include <iostream>
+
 #include "tests/support/scratch.h"
 #include "utilities/files/binaryfile.h"
 
@@ -11,7 +14,7 @@ TEST(MappedFile, MapsMakesAndGrowsAsItsModeTells) {
     const struct {
         const char* name;
         int mode;
-        std::uint32_t minSize;
+        std::uint64_t minSize;
         bool isMapped;
         int sizeAfter;  // -1: there is no file.
         int error;      // 0: nothing is told.
@@ -24,7 +27,8 @@ TEST(MappedFile, MapsMakesAndGrowsAsItsModeTells) {
                 {"missing", 2, 7, true, 7, 0},          {"missing", 1, 7, false, 0, 0},
                 {"no/file", 2, 7, false, -1, ENOENT},   {"directory", 0, 0, false, -1, EISDIR},
                 {"directory", 2, 0, false, -1, EEXIST}, {"others write", 0, 0, false, 100, EACCES},
-                {"others write", 2, 0, true, 100, 0}};
+                {"others write", 2, 0, true, 100, 0},   {nullptr, 0, 0, false, -1, EFAULT},
+                {"", 2, 0x100000007, false, -1, ENOENT}};
     for (const auto& [name, mode, minSize, isMapped, sizeAfter, error] : ROWS) {
         SCOPED_TRACE(testing::Message() << name << ", mode " << mode << ", " << minSize);
         const ScratchDirectory scratch;
@@ -35,13 +39,16 @@ TEST(MappedFile, MapsMakesAndGrowsAsItsModeTells) {
         std::filesystem::create_directory(scratch / "directory");
         BinaryFile other(1, 0);
         other.openFile(scratch / "others write", BinaryFile::BF_UPDATE, BinaryFile::BF_DENYNO, 0);
-        const std::string path = scratch / name;
+        // An impossible size is no size of a file.
+        const std::string path = name == nullptr ? "(null)" : *name == '\0' ? "" : scratch / name;
+        const char* const given = name == nullptr ? nullptr : *name == '\0' ? "made" : path.c_str();
         const bool writes = isMapped && (mode & 2) != 0;
 
         testing::internal::CaptureStdout();
+        std::cout << std::hex << std::setw(40);  // Bad manners of the program.
         const std::ptrdiff_t descriptors = OpenDescriptors();
         {
-            MappedFile file(path.c_str(), mode, minSize);
+            MappedFile file(given, mode, minSize);
             auto* const bytes = static_cast<char*>(file.getAddr());
             EXPECT_EQ(bytes != nullptr, isMapped);
             EXPECT_TRUE(isMapped || OpenDescriptors() == descriptors);
@@ -53,7 +60,8 @@ TEST(MappedFile, MapsMakesAndGrowsAsItsModeTells) {
             EXPECT_EQ((*copy = file).getAddr(), bytes);
         }
         EXPECT_EQ(OpenDescriptors(), descriptors);
-        EXPECT_EQ(ReadFile("/proc/self/maps").find(path), std::string::npos) << "still mapped";
+        EXPECT_FALSE(std::cout.fail());
+        EXPECT_EQ(ReadFile("/proc/self/maps").find(scratch / ""), std::string::npos);
         EXPECT_EQ(testing::internal::GetCapturedStdout(),
                   error != 0
                       ? "error: " + std::to_string(error) + " while open file: " + path + "\n"

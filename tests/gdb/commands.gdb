@@ -1,15 +1,19 @@
 set width 0
-set print array on
 set startup-with-shell off
 set debuginfod enabled off
 break Show
 run
-up
 echo Shown:\n
 print narrow
 print wide
-print *first@20
-set variable narrow._M_dataplus._M_p = 8
-print narrow
-print empty
-kill
+python
+tags = gdb.parse_and_eval("lastTag").type.fields()
+print([field.name.rpartition("::")[2] for field in tags][:-1] == [kind[0] for kind in KINDS])
+end
+commands 1
+silent
+print *&value
+continue
+end
+print *&value
+continue

@@ -97,12 +97,12 @@ TEST(MutexLock, ReportsWrongUseAndGoesOn) {
     EXPECT_EQ(ReportOf([&] { mutex.Lock(); }), "") << "the count goes on from -1";
     EXPECT_EQ(ReportOf([&] { mutex.Lock(); }), Reports({"(m_ThreadId == 0)"}));
 
-    MutexLock held("stranger");
+    MutexLock held("other");
     held.Lock();
     held.Lock();
     for (const std::string& shown : {Id(), std::string()}) {
         EXPECT_EQ(ReportOf([&] { OnThread([&] { held.Unlock(); }); }), Reports({NOT_OWNER}));
-        EXPECT_EQ(Shown("stranger"), shown) << "a stranger's Unlock takes one off the count";
+        EXPECT_EQ(Shown("other"), shown) << "another thread's Unlock takes one off the count";
     }
     EXPECT_FALSE(TryLockElsewhere(held)) << "the platform's mutex is still held";
 }

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -98,6 +99,29 @@ TEST_F(MutexList, FindsAMutexHeldForMoreThanTwentySecondsWithAWaiter) {
             << row.what;
         EXPECT_EQ(std::filesystem::remove("MutexLog"), row.isFinding) << row.what;
     }
+}
+
+TEST_F(MutexList, FindsNothingWhereTheMutexIsGoneOrFreeInTheSameMoment) {
+    static auto& mutex = *new auto(std::make_unique<MutexLock>("passing"));
+    static const std::function<void()> EVENTS[] = {
+        [] { mutex.reset(); },
+        [] { mutex.reset(), mutex = std::make_unique<MutexLock>("next"), mutex->Lock(); },
+        [] { mutex->Unlock(), mutex->Lock(); }};
+    for (const auto& event : EVENTS) {
+        const auto check = [&event] {
+            mutex->Lock();
+            MutexDbgList[1].LockTime = 1;
+            MutexDbgList[1].Waiter[4] = 4711;
+            fakes::atReading = [&event] {
+                MutexDbgList[1].Waiter[4] = 0;
+                event();
+                MutexDbgList[1].Waiter[4] = 4712;
+            };
+            Check();
+        };
+        EXPECT_EXIT(check(), testing::ExitedWithCode(RETURNED), "^$") << &event - EVENTS;
+    }
+    mutex.reset();
 }
 
 TEST_F(MutexList, StampsAFirstLevelLockOnly) {

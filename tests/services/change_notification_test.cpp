@@ -14,7 +14,7 @@ TEST(ChangeReceiver, HasDefaultsThatDoNothing) {
     EXPECT_TRUE(plain.unlock() && plain.lock() && plain.lock());
 }
 
-TEST(ContainerIds, AreWalkedRunByRun) {
+TEST(ContainerIds, AdvanceFromRunToRun) {
     using Step = std::pair<int, int>;
     for (const auto& [before, after] :
          {Step{0, 1}, Step{4, 5}, Step{5, 10}, Step{9, 10}, Step{14, 20}, Step{19, 20},

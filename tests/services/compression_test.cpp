@@ -2,6 +2,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 
 #include <cstring>
@@ -9,21 +10,46 @@
 
 #include "tests/support/compression.h"
 #include "tests/support/eventually.h"
-#include "utilities/services/utilityfunctions.h"
+#include "tests/support/frozen_clock.h"
+#include "utilities/services/compression.h"
+#include "utilities/threads/threadutils.h"
 
 namespace {
 
-int hurry = 1;  ///< How much faster a wait's time runs.
-int longestWait = 0;
+long waited = 0;          ///< By a frozen clock.
+bool isUndying = false;   ///< Killed children don't end.
+bool isRemoving = false;  ///< Whoever looks at "b.gz" finds that somebody has removed it.
 
 }  // namespace
 
-/// The library waits for the program's end by this.
-extern "C" int poll(pollfd* files, nfds_t count, int limit) {
-    longestWait = std::max(longestWait, limit);
-    const timespec until{limit / 1000 / hurry, limit / hurry % 1000 * 1'000'000L};
-    return ppoll(files, count, limit >= 0 ? &until : nullptr, nullptr);
+extern "C" {
+
+/// By this the library waits for the program's end. A frozen clock moves by the limit.
+int poll(pollfd* files, nfds_t count, int limit) {
+    timespec until{0, limit * 1'000'000L};
+    if (frozenTime >= 0) {
+        frozenTime += limit;
+        waited += limit;
+        until = {};
+    }
+    return ppoll(files, count, &until, nullptr);
 }
+
+/// What a kill does takes a moment, whatever the clock shows.
+int waitid(idtype_t kind, id_t id, siginfo_t* end, int options) {
+    if (isUndying)
+        return 0;
+    const int waiting = frozenTime < 0 ? options : options & ~WNOHANG;
+    return static_cast<int>(syscall(SYS_waitid, kind, id, end, waiting, nullptr));
+}
+
+int stat(const char* path, struct stat* status) noexcept {
+    if (isRemoving && std::strcmp(path, "b.gz") == 0)
+        unlink(path);
+    return fstatat(AT_FDCWD, path, status, 0);
+}
+
+}  // extern "C"
 
 namespace {
 
@@ -45,7 +71,7 @@ TEST_F(Compression, RestoresWhatItCompressed) {
     EXPECT_GT(fs::file_size("b.gz"), 0u);
 }
 
-TEST_F(Compression, RunsWhereTheResultIsOlderOrItIsForced) {
+TEST_F(Compression, RunsIfTheResultIsOlderOrForced) {
     Install("echo $# $*");
     constexpr int NONE = 99;
     const struct {
@@ -74,19 +100,21 @@ TEST_F(Compression, RunsWhereTheResultIsOlderOrItIsForced) {
     EXPECT_EQ(ReadFile("b"), "4 -dfc a b .gz\n");
 }
 
-TEST_F(Compression, TakesWhatTheProgramDoesAndFailsWhereItCannotRunOrWrite) {
+TEST_F(Compression, TrustsTheProgramAndFailsIfItCannotRunOrWrite) {
     const struct {
         const char *destination, *script;
         unsigned mode;  // The program's.
         std::string report;
-        const char* content;  // Of a plain result.
+        const char* content;  // Of a regular result.
     } CASES[] = {
         {"b", "", 0644, REPORT + MISSING, nullptr},
         {"b", "exit 1", 0755, "", ""},
         {"b", "echo part; kill -9 $$", 0755, "", "part\n"},
         {"b", "rm b.gz", 0755, MISSING, nullptr},
-        {"b", "trap '' TERM INT; echo part; exec sleep 1000", 0755, REPORT + MISSING, nullptr},
-        // What it started outlives it, and holds the output for as long as this test runs.
+        {"b", "trap '' TERM INT; exec sleep 1000", 0755, REPORT + MISSING, nullptr},
+        {"b", "exec sleep 1001", 0755, REPORT + MISSING, nullptr},  // Can't end.
+        {"b", "exec removing", 0755, REPORT + MISSING, nullptr},
+        // Its own child outlives it and keeps the output open as long as this test runs.
         {"b", "(while [ -e gzip ]; do sleep 0.01; done) & echo done", 0755, "", "done\n"},
         {"folder", "", 0755, REPORT, nullptr},
         {"pipe", "", 0755, REPORT, nullptr},  // Without a reader.
@@ -103,11 +131,13 @@ TEST_F(Compression, TakesWhatTheProgramDoesAndFailsWhereItCannotRunOrWrite) {
     for (const auto& [destination, script, mode, report, content] : CASES) {
         Install(script);
         if (mode != 0755)
-            setenv("PATH", folder.c_str(), 1);  // No other one.
+            setenv("PATH", folder.c_str(), 1);  // Without the real program.
         fs::permissions("gzip", fs::perms(mode));
         WriteFile("b.gz", "old and longer than the new");
         fs::permissions("b.gz", fs::perms(0666));
-        hurry = std::strstr(script, "sleep 1000") != nullptr ? 100 : 1;
+        frozenTime = std::strstr(script, "sleep 100") != nullptr ? BEFORE_THE_WRAP : -1;
+        isUndying = std::strstr(script, "1001") != nullptr;
+        isRemoving = std::strstr(script, "removing") != nullptr;
         const uid_t user = geteuid();
         EXPECT_TRUE(user != 0 || seteuid(65534) == 0);
         EXPECT_EQ(ReportOf([&, name = destination] {
@@ -115,17 +145,20 @@ TEST_F(Compression, TakesWhatTheProgramDoesAndFailsWhereItCannotRunOrWrite) {
                   }),
                   report)
             << script;
+        frozenTime = -1;
+        isUndying = isRemoving = false;
         EXPECT_EQ(seteuid(user), 0);
         const std::string result = destination + std::string(".gz");
         EXPECT_EQ(fs::is_regular_file(result), content != nullptr) << result << script;
         EXPECT_TRUE(content == nullptr || ReadFile(result) == content) << script;
     }
-    EXPECT_TRUE(longestWait == 30000 && fs::exists("/dev/full"));
+    EXPECT_EQ(waited, 2 * 30000);
+    EXPECT_TRUE(fs::exists("/dev/full"));
 }
 
 // The caller ignores the end of children, blocks a signal, leaves a descriptor open to children and
 // is interrupted all the time.
-TEST_F(Compression, GivesTheProgramAPlainEnvironment) {
+TEST_F(Compression, RunsTheProgramWithDefaultSignalsAndDescriptors) {
     Install(
         "sleep 0.05; readlink /proc/self/fd/0 /proc/self/fd/2\nls /proc/self/fd\n"
         "exec grep -E '^Sig(Blk|Ign)' /proc/self/status");
@@ -151,7 +184,29 @@ TEST_F(Compression, GivesTheProgramAPlainEnvironment) {
         << ReadFile("b.gz");
 }
 
-TEST_F(Compression, HoldsTheResultAgainstOthersAndLeavesOtherChildrenAlone) {
+TEST_F(Compression, EndsWithItsThread) {
+    const auto expectNothingLeft = [this] {
+        EXPECT_FALSE(fs::exists("b.gz"));
+        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+        EXPECT_EQ(OpenDescriptors(), descriptors);
+    };
+    const auto isStarted = [] { return ReadFile("b.gz") == "started\n"; };
+    Install("echo started; exec sleep 1000");
+    testing::internal::CaptureStdout();
+    SystemThread killed("killed", [](SystemThread*) { return ZIP("a", "b", true), 0u; });
+    EXPECT_TRUE(killed.Create(false, 0));
+    EXPECT_TRUE(Eventually(isStarted));
+    EXPECT_TRUE(killed.Terminate(0));
+    testing::internal::GetCapturedStdout();
+    expectNothingLeft();
+    std::thread cancelled([] { ZIP("a", "b", true); });
+    EXPECT_TRUE(Eventually(isStarted));
+    EXPECT_EQ(pthread_cancel(cancelled.native_handle()), 0);
+    cancelled.join();
+    expectNothingLeft();
+}
+
+TEST_F(Compression, LocksTheResultAndLeavesOtherChildrenAlone) {
     Install("echo started; while [ ! -e go ]; do sleep 0.01; done; echo done");
     const pid_t ended = StartProcess([] { return 3; });
     std::thread first([] { EXPECT_STREQ(ZIP("a", "b", true), ".gz"); });

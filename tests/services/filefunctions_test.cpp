@@ -1,13 +1,13 @@
 #include <sys/stat.h>
 
 #include "tests/support/compression.h"
-#include "utilities/services/utilityfunctions.h"
+#include "utilities/services/filefunctions.h"
 
 namespace {
 
 using FileFunctions = ScratchFolder;
 
-TEST_F(FileFunctions, TellWhatIsThereAndRemoveWhatIsNoDirectory) {
+TEST_F(FileFunctions, TellWhatExistsAndRemoveAllButDirectories) {
     const struct {
         const char* name;
         mode_t type;  // 0: IsFileExisting is false.
@@ -55,7 +55,7 @@ TEST_F(FileFunctions, TellWhatIsThereAndRemoveWhatIsNoDirectory) {
     EXPECT_TRUE(AssureFileRemoved("file", nullptr));
 }
 
-TEST_F(FileFunctions, MakeFilesAndDirectoriesAndDescribeThem) {
+TEST_F(FileFunctions, CreateFilesAndDirectoriesAndReadTheirStatus) {
     EXPECT_TRUE(CREAT("new", 0777, 1, 1));
     WriteFile("new", "text");
     CHMOD("new", "777");
@@ -66,7 +66,7 @@ TEST_F(FileFunctions, MakeFilesAndDirectoriesAndDescribeThem) {
     EXPECT_EQ(MKDIR("folder", 0, 1, 1), 0);
     EXPECT_EQ(MKDIR("folder", 0, 1, 1), -1);
     mkfifo("pipe", 0600);
-    EXPECT_TRUE(CREAT("pipe", 0, 1, 1));  // And doesn't wait for a writer.
+    EXPECT_TRUE(CREAT("pipe", 0, 1, 1));  // Without waiting for a writer.
     for (const char* name : {"folder", "missing/file", "new/", ""})
         EXPECT_FALSE(CREAT(name, 0666, 1, 1)) << name;
 
@@ -75,7 +75,7 @@ TEST_F(FileFunctions, MakeFilesAndDirectoriesAndDescribeThem) {
         EXPECT_EQ(utimensat(-100, (folder + "/new").c_str(), times, 0), 0);
         EXPECT_EQ(getFileMtime("new"), seconds);
     }
-    // Ids beyond 15 and 16 bits are numbers as any other.
+    // Ids above 15 and 16 bits are not cut.
     const bool canGive = chown("new", 40000, 70000) == 0;
     const std::pair own(static_cast<int>(geteuid()), static_cast<int>(getegid())), none(-1, -1);
     EXPECT_EQ(getFileUidGid("new"), canGive ? std::pair(40000, 70000) : own);

@@ -32,7 +32,7 @@ const unsigned char* Unsigned(const std::string& text) {
 
 }  // namespace
 
-TEST(Md5, GivesTheDigestThroughEveryWayInAndAnySplit) {
+TEST(Md5, ReturnsTheDigestForEveryOverloadAndSplit) {
     for (const auto& [message, digest] : EXAMPLES) {
         const auto size = static_cast<unsigned int>(message.size());
         EXPECT_EQ(MD5(message.data(), size).hex_digest(), digest);

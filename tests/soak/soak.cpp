@@ -12,6 +12,7 @@
 #include <random>
 
 #include "tests/support/scratch.h"
+#include "tests/support/uses.h"
 #include "utilities/utilities.h"
 
 namespace {
@@ -26,15 +27,15 @@ constexpr char FILE_NAME[] = "ledger";
 struct Account {
     unsigned int lastTime;
     unsigned long counted[FIRST_RECORDS + 1];  ///< By record; the header is 0.
-    unsigned long recordsAdded, cacheUses, threadsKilled, wrong, kills, crashes;
+    unsigned long recordsAdded, cacheUses, threadsKilled, forks, wrong, kills, crashes;
     __int64 authors[MOST_RECORDS + 1];  ///< Of the added records.
 };
 
 Account& told = *static_cast<Account*>(mmap(nullptr, sizeof(Account), PROT_READ | PROT_WRITE,
                                             MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
 
-void Tell(unsigned long& deeds) {
-    ++std::atomic_ref(deeds);
+void Tell(unsigned long& count) {
+    ++std::atomic_ref(count);
     std::atomic_ref(told.lastTime) = GetSystemTickCount();
 }
 
@@ -144,14 +145,31 @@ unsigned int ShareCache(SystemThread*) {
 MutexLock fought("fought over");
 SemaphoreLock places(2, 2);
 
-/// For a thread that is killed wherever it happens to be, so that it owns nothing but locks.
+/// For a thread that is killed or suspended wherever it happens to be: fights over locks, and uses
+/// all else of the library with files of its own.
 unsigned int Fight(SystemThread*) {
+    Random random = NewRandom();
+    const std::string own = std::to_string(create_unique_id());
     for (;;) {
         fought.Lock();
         places.TryLock(0);
         places.Unlock();
         fought.Unlock();
+        if (random() % 4 == 0)
+            USES[random() % std::size(USES)].run(own);
     }
+}
+
+/// A child must be able to use everything, whatever the other threads were doing.
+void Fork() {
+    const pid_t child = StartProcess([]() -> int {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        alarm(LONGEST_STANDSTILL / 1000);
+        const std::string own = std::to_string(create_unique_id());
+        _exit(std::ranges::all_of(USES, [&own](const Use& use) { return use.run(own); }) ? 0 : 1);
+    });
+    Check(EndOf(child) == 0);
+    Tell(told.forks);
 }
 
 /// What the fighting threads had must be had again after they were killed.
@@ -169,9 +187,13 @@ int Work() {
     for (;;) {
         Check(first.Create(false, 0) && second.Create(false, 0));
         BqSleep(5);
+        Fork();
+        SystemThread& suspended = threads[create_unique_id() % 4];
+        Check(suspended.Suspend() == 0 && first.Suspend() == 0);
         Check(first.Terminate(1) && second.Terminate(2));
         Check(fought.TryLock(1000) || fought.TryLock(1000));  // The first finds it abandoned.
         fought.Unlock();
+        Check(suspended.Resume() == 1);
         checkMutexListForDeadlock();
         Tell(told.threadsKilled);
     }
@@ -240,7 +262,7 @@ int main(int count, char** arguments) {
               << std::accumulate(told.counted + 1, std::end(told.counted), 0UL)
               << " records rewritten, " << told.recordsAdded << " added, " << told.counted[0]
               << " headers, " << told.cacheUses << " thousand uses of caches, "
-              << 2 * told.threadsKilled << " threads killed\n"
+              << 2 * told.threadsKilled << " threads killed, " << told.forks << " forks\n"
               << lost << " lost, " << told.wrong << " wrong results"
               << (hasStopped ? ", and a standstill\n" : "\n");
     return lost + told.wrong + told.crashes == 0 && !hasStopped ? 0 : 1;

@@ -1,4 +1,4 @@
-/// A place for tests of the compression and the file functions.
+/// A fixture for tests of the compression and the file functions.
 #ifndef TESTS_SUPPORT_COMPRESSION_H
 #define TESTS_SUPPORT_COMPRESSION_H
 
@@ -9,8 +9,8 @@
 
 namespace fs = std::filesystem;
 
-/// Works in a directory of the test's own. In the end there must be no child, and as many open
-/// descriptors as before.
+/// Runs the test in a directory of its own. Expects that the test leaves no child process and no
+/// open descriptor.
 struct ScratchFolder : testing::Test {
     ~ScratchFolder() override {
         EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);

@@ -6,6 +6,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <ctime>
 #include <functional>
@@ -13,7 +14,7 @@
 
 /// Milliseconds, less than 0 while the clock runs. Stopped, it moves only by pauses, which are over
 /// at once, and by what the test adds.
-inline long frozenTime = -1;
+inline std::atomic<long> frozenTime = -1;
 
 /// What happens elsewhere in the next pause.
 inline std::function<void()> atPause;

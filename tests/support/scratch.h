@@ -13,7 +13,7 @@
 #include <iterator>
 #include <string>
 
-/// A directory that goes with the object, with all that is in it.
+/// A directory that is removed with the object, with everything in it.
 class ScratchDirectory {
 public:
     ScratchDirectory() {

@@ -16,7 +16,7 @@
 
 namespace {
 
-/// A call that fails, and so leaves the text as it was, gives "kept".
+/// "kept" where the call fails, and so leaves the text as it was.
 template <class Char>
 auto Formatted(const Char* format, auto... arguments) {
     using Text = std::conditional_t<sizeof(Char) == 1, String, WString>;
@@ -82,12 +82,15 @@ TEST(Format, AgreesWithTheHost) {
         const ScopedLocale locale(name);
         for (const char* format : {"%.2f", "%8.2e", "%-8g|", "%#.0f", "%#g", "%a", "%09.1f"})
             ExpectAsHost(format, -1.625);
+        char host[40];
+        std::snprintf(host, sizeof host, "%020a", -1.625);
+        EXPECT_EQ(Formatted("%020a", -1.625), host) << name;
         std::setlocale(LC_CTYPE, "C");
         EXPECT_EQ(Formatted(u"%.1f", 1.5).size(), 3u) << "an encoding that has no such point";
     }
 }
 
-TEST(Format, DoesOrPrintsAsItStandsWhatTheHostLacks) {
+TEST(Format, ConvertsOrPrintsAsItStandsWhatTheHostLacks) {
     for (const char* format :
          {"%2147483647d", "%99999999999999999999d", "%.2147483648x", "%#.99999999999o"})
         EXPECT_EQ(Formatted(format, 1), "kept") << format;
@@ -115,7 +118,7 @@ TEST(Format, DoesOrPrintsAsItStandsWhatTheHostLacks) {
 }
 
 // The text has characters of 2, 3, 4 and 1 bytes, which are 1, 1, 2 and 1 units.
-TEST(Format, TextCrossesInWholeCharacters) {
+TEST(Format, ConvertsTextInWholeCharacters) {
     const ScopedLocale locale("C.utf8");
     const std::tuple<const char*, const char*, const WideChar*> rows[] = {
         {"[%12S]", "[  é€😀z]", u"[       é€😀z]"},

@@ -7,6 +7,7 @@
 
 #include "tests/support/both_widths.h"
 #include "tests/support/report_of.h"
+#include "tests/support/scratch.h"
 
 namespace {
 
@@ -93,8 +94,9 @@ TEST(Tags, AreStrippedToTheirLabel) {
     }
 }
 
-TEST(AsciiFile, GivesAWordALine) {
-    const std::string path = testing::TempDir() + "words.txt";
+TEST(AsciiFile, AppendsALineForEachWord) {
+    const ScratchDirectory directory;
+    const std::string path = directory / "words.txt";
     std::ofstream(path) << "a  b\n\t c";
     std::fstream file(path, std::ios::in);
     String text("before");

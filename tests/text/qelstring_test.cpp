@@ -16,7 +16,7 @@ using Narrow = std::basic_string<char>;
 using Wide = std::basic_string<WideChar>;
 using namespace std::string_literals;
 
-TEST(Crossing, EveryOperationConverts) {
+TEST(Conversion, IsPartOfEveryOperation) {
     const ScopedLocale locale("C.utf8");
     EXPECT_THROW(String(static_cast<const char*>(nullptr)), std::logic_error);
     WString wide(u"old");
@@ -58,10 +58,10 @@ TEST(Crossing, EveryOperationConverts) {
     });
 }
 
-/// By assignment and by formats, of which one crosses character by character. Text that can't cross
-/// is expected to give nothing.
+/// By assignment and by formats, whole and up to a precision. A text that can't be converted is
+/// expected to become empty.
 template <class From, class To>
-void ExpectCrosses(const From& text, const To& expected) {
+void ExpectConverts(const From& text, const To& expected) {
     To result("old");
     for (const char* format : {"%S", "%.999S"})
         EXPECT_EQ(result.Format(To(format).c_str(), text.c_str()) ? result : To(), expected);
@@ -69,19 +69,19 @@ void ExpectCrosses(const From& text, const To& expected) {
     EXPECT_EQ(result, expected) << testing::PrintToString(text);
 }
 
-/// The text without and with what can't cross.
+/// The text without and with characters that can't be converted.
 template <class From, class To, class Char = typename From::value_type>
-void ExpectCrossesWithout(const std::vector<std::basic_string<Char>>& bads, const From& text,
-                          const To& expected) {
-    ExpectCrosses(text, expected);
+void ExpectConvertsWithout(const std::vector<std::basic_string<Char>>& bads, const From& text,
+                           const To& expected) {
+    ExpectConverts(text, expected);
     for (const auto& bad : bads) {
-        ExpectCrosses(From(bad + Char('\n') + text), To());
-        ExpectCrosses(From(text + bad), To());
-        ExpectCrosses(From(text + Char() + bad), expected);
+        ExpectConverts(From(bad + Char('\n') + text), To());
+        ExpectConverts(From(text + bad), To());
+        ExpectConverts(From(text + Char() + bad), expected);
     }
 }
 
-TEST(Crossing, IsWholeOrFailsAndEndsAtTheFirstNul) {
+TEST(Conversion, IsWholeOrFailsAndEndsAtTheFirstNul) {
     const std::tuple<const char*, Narrow, std::vector<Narrow>, Wide, std::vector<Wide>> rows[] = {
         {"C", "\x7F", {"\x80", "\xC3\xA9"}, u"\x7F", {u"\x80", u"é"}},
         {"C.utf8",
@@ -98,20 +98,20 @@ TEST(Crossing, IsWholeOrFailsAndEndsAtTheFirstNul) {
         ASSERT_TRUE(locale) << name;
         const String narrowText(Narrow(20, 'a') + narrow + Narrow(20, 'b'));
         const WString wideText(Wide(20, u'a') + wide + Wide(20, u'b'));
-        ExpectCrossesWithout(badNarrow, narrowText, wideText);
-        ExpectCrossesWithout(badWide, wideText, narrowText);
+        ExpectConvertsWithout(badNarrow, narrowText, wideText);
+        ExpectConvertsWithout(badWide, wideText, narrowText);
     }
 }
 
-TEST(Crossing, EndsBehindTheLastWholeCharacterThatHasRoom) {
+TEST(Conversion, EndsAfterTheLastWholeCharacterThatFits) {
     const ScopedLocale locale("C.utf8");
     EXPECT_EQ(WString(Narrow(5000, 'x')), Wide(5000, u'x'));
-    // 2 n + 2 bytes are the room of n units.
+    // n units become at most 2 n + 2 bytes.
     for (const auto& [units, bytes] : {std::pair(2u, 6u), {3, 6}, {10, 21}, {1000, 2001}})
         EXPECT_EQ(String(Wide(units, u'€')).size(), bytes);
     for (const Wide& cut : {u"é"s, u"😀"s})
         EXPECT_EQ(String(u"€€€" + cut), "€€€");
-    EXPECT_EQ(String(u"€€€€\xD800"s), "€€€€") << "what has no room isn't looked at";
+    EXPECT_EQ(String(u"€€€€\xD800"s), "€€€€") << "nothing is looked at beyond the end";
 }
 
 TEST(Subsets, AreJudgedByValueUpToTheFirstNul) {

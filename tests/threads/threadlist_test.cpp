@@ -66,6 +66,7 @@ TEST(ThreadList, KeepsTheOrderOfStartsUntilItIsDeleted) {
 }
 
 TEST(ThreadList, IsWalkedWhileFiftyThreadsStartAndEnd) {
+    ThreadList::deleteInstance();
     std::deque<SystemThread> threads;
     for (int i = 0; i < 50; ++i)
         threads.emplace_back("walked", [](SystemThread*) { return 3u; });

@@ -5,10 +5,12 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <functional>
 #include <latch>
 #include <regex>
+#include <semaphore>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -20,6 +22,8 @@
 #include "utilities/threads/threadlist.h"
 
 namespace {
+
+using namespace std::chrono_literals;
 
 constexpr unsigned int FOREVER = 0xFFFFFFFF;
 
@@ -176,7 +180,29 @@ TEST(SystemThread, RunsAgainAfterAnEndThatItWasNotToldOf) {
     });
     ASSERT_TRUE(worker.Create(false, 0));
     EXPECT_TRUE(Eventually([&] { return worker.Create(false, 0); }));
-    EXPECT_TRUE(Eventually([&] { return worker.getExitCode() == 5; }));
+    EXPECT_TRUE(Eventually([&] { return worker.getHandle() == nullptr; }));
+    EXPECT_EQ(worker.getExitCode(), 5u);
+}
+
+TEST(SystemThread, KeepsLimitsWhileADestructorOfTheThreadTakesLong) {
+    static std::counting_semaphore<> leave(0);
+    static pthread_key_t key;  // Made after the library's own, so that its destructor runs later.
+    Worker worker([](Worker&) {
+        pthread_setspecific(key, &key);
+        pthread_exit(nullptr);
+        return 0u;
+    });
+    Worker before([](Worker&) { return 0u; });
+    ASSERT_TRUE(before.Create(false, 0));
+    before.WaitForThreadExit(FOREVER);
+    ASSERT_EQ(pthread_key_create(&key, [](void*) { leave.try_acquire_for(8s); }), 0);
+    ASSERT_TRUE(worker.Create(false, 0));
+    const auto start = std::chrono::steady_clock::now();
+    worker.WaitForThreadExit(300);
+    worker.Create(true, 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 6s);
+    leave.release(2);
+    EXPECT_EQ(pthread_key_delete(key), 0);
 }
 
 TEST(Kill, FailsWhereTheThreadBlocksAllSignals) {

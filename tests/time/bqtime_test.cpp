@@ -14,6 +14,7 @@
 
 #include "tests/support/report_of.h"
 #include "tests/support/zone.h"
+#include "utilities/platform/calendar.h"
 #include "utilities/threads/threadutils.h"
 
 namespace {
@@ -21,7 +22,7 @@ namespace {
 const std::string FAILED = Asserted("BqTime", {"(false)"});
 constexpr __int64 LAST = 4'294'967'295'000;
 constexpr unsigned __int64 MOST = ~0ULL;
-constexpr int A_DAY = 86'400'000;
+constexpr int A_DAY = platform::MILLISECONDS_A_DAY;
 
 template <class Time, class Amount>
 void Expect(auto before, void (Time::*change)(Amount), std::type_identity_t<Amount> amount,
@@ -120,7 +121,7 @@ TEST(DayOfWeek, MapsBothWays) {
               Asserted("BqTime", {"(nDayOfWeek >= 0 && nDayOfWeek <= 6)"}));
 }
 
-TEST(BqGMTime, SplitsIntoDateAndTimeOfDayTowardsZeroAndIsMadeOfThem) {
+TEST(BqGMTime, SplitsIntoDateAndTimeOfDayAndIsMadeOfThem) {
     const struct {
         __int64 value;
         int offset, day, timeOfDay;
@@ -147,7 +148,7 @@ TEST(BqGMTime, SplitsIntoDateAndTimeOfDayTowardsZeroAndIsMadeOfThem) {
 }
 
 TEST(Output, IsThatOfTheLocalesFacet) {
-    /// Writes what it is asked for.
+    /// Writes the form that it is called with.
     struct OwnFormat : std::time_put<char> {
         iter_type do_put(iter_type out, std::ios_base&, char fill, const struct tm*, char form,
                          char modifier) const override {
@@ -179,7 +180,6 @@ TEST(Output, IsThatOfTheLocalesFacet) {
     }
 }
 
-// The others convert beside it, each in its own way.
 TEST(Threads, AKilledOneLeavesTheCalendarToOthers) {
     static std::atomic<bool> runs;
     testing::internal::CaptureStdout();

@@ -114,6 +114,8 @@ TEST(Numbers, TextsReadTheNumberAtTheirStart) {
     EXPECT_EQ(MultiType(1.5e300).GetAs<WString>(), u"1,5e+300");
     ASSERT_NE(std::setlocale(LC_ALL, PashtoUtf8()), nullptr);
     EXPECT_EQ(MultiType(0.5).GetAs<WString>(), u"0\u066B5");
+    std::setlocale(LC_CTYPE, "C");
+    EXPECT_EQ(MultiType(0.5).GetAs<WString>(), u"0.5") << "such a point has no wide form there";
 }
 
 }  // namespace

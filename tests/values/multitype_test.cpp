@@ -79,16 +79,16 @@ TEST(MultiType, AssignmentFromEveryTypeHoldsIt) {
     expect("narrow"), expect(u"wide"), expect(String("s")), expect(WString(u"w"));
 }
 
-TEST(MultiType, ATextOverATextKeepsTheObjectAndItsRoom) {
+TEST(MultiType, ATextOverATextKeepsTheObjectAndItsMemory) {
     Opened value("text of more than its object holds"), wide(u"wide text of more than that");
-    const void *room = value.Held().str->data(), *wideRoom = wide.Held().wstr->data();
+    const void *space = value.Held().str->data(), *wideSpace = wide.Held().wstr->data();
     value = value.Held().str->c_str() + 5;
     EXPECT_EQ(value.GetAs<String>(), "of more than its object holds");
     value = String("other");
     wide = u"b";
     wide = WString(u"c");
-    EXPECT_EQ(value.Held().str->data(), room);
-    EXPECT_EQ(wide.Held().wstr->data(), wideRoom);
+    EXPECT_EQ(value.Held().str->data(), space);
+    EXPECT_EQ(wide.Held().wstr->data(), wideSpace);
 }
 
 TEST(MultiType, ATagOutsideIsReportedAndHoldsNothing) {

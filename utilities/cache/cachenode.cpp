@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "utilities/cache/nodeindex_internal.h"
+#include "utilities/platform/stopdeferral.h"
 
 namespace {
 
@@ -15,14 +16,14 @@ CacheNode::CacheNode(unsigned int size)
       nodeID(NO_BLOCK),
       nodeData(new unsigned char[size]),
       nodeDataSize(size),
-      entry(nullptr) {}
+      m_Entry(nullptr) {}
 
 CacheNode::CacheNode(const CacheNode& other)
     : nodeState(other.nodeState),
       nodeID(other.nodeID),
       nodeData(new unsigned char[other.nodeDataSize]),
       nodeDataSize(other.nodeDataSize),
-      entry(nullptr) {
+      m_Entry(nullptr) {
     std::memcpy(nodeData, other.nodeData, nodeDataSize);
 }
 
@@ -34,8 +35,8 @@ CacheNode& CacheNode::operator=(const CacheNode& other) {
 }
 
 CacheNode::~CacheNode() {
-    if (entry != nullptr)
-        entry->index->Remove(*entry);
+    if (m_Entry != nullptr)
+        m_Entry->index->Remove(*m_Entry);
     delete[] nodeData;
 }
 
@@ -45,20 +46,33 @@ void CacheNode::setNodeState(int state) { Store(state, nodeID); }
 
 void CacheNode::setNodeID(const unsigned int& id) { Store(nodeState, id); }
 
-// What the assignment of a new node of this size does, but for the bytes, which are of no meaning.
+// Replaces the block by a new one. The old bytes are lost.
+void CacheNode::Reallocate(std::uint32_t size) {
+    unsigned char* const block = new unsigned char[size];
+    delete[] nodeData;
+    nodeData = block;
+    nodeDataSize = size;
+}
+
+// Has the effect of assigning a new node of this size, without copying bytes that have no meaning.
 void CacheNode::Forget(std::uint32_t size) {
     nodeDataSize = size;
     Store(0, NO_BLOCK);
 }
 
+// A thread that was killed between the change and its report would leave the index wrong.
 inline void CacheNode::Store(std::int32_t state, std::uint32_t id) {
     const bool hasNewID = id != nodeID;
+    if (m_Entry == nullptr || (state != 0 && !hasNewID)) {
+        nodeState = state;
+        nodeID = id;
+        return;
+    }
+    const platform::StopDeferral untilReported;
     nodeState = state;
     nodeID = id;
-    if (entry == nullptr)
-        return;
     if (state == 0)
-        entry->index->NoteCleanNode();
+        m_Entry->index->NoteClean(*m_Entry);
     if (hasNewID)
-        entry->index->NoteNewID(*entry);
+        m_Entry->index->NoteNewID(*m_Entry);
 }

@@ -1,4 +1,4 @@
-/// One block of data with its id and state, as the node cache keeps it.
+/// One data block of the node cache, with its id and state.
 #ifndef UTILITIES_CACHE_CACHENODE_H
 #define UTILITIES_CACHE_CACHENODE_H
 
@@ -8,40 +8,42 @@
 
 struct CacheNodeEntry;
 
-/// A node owns its block and takes it along for life: a copy has a block of its own, and an
-/// assignment copies bytes into the block that is there.
+/// A node owns one block from its construction to its destruction: a copy has a block of its own,
+/// and an assignment copies bytes into the existing block.
 ///
-/// Different nodes can be changed by different threads at a time, those of one cache too; one node,
-/// and a node while an operation of its cache runs, can not. Where there is no memory,
-/// `std::bad_alloc` leaves the two constructors.
+/// Several threads may change different nodes at the same time, also nodes of one cache. Only one
+/// thread may change a node, and none while an operation of the node's cache runs. When memory runs
+/// out, the two constructors throw `std::bad_alloc`.
 class UTILITIES_EXPORT CacheNode {
 public:
-    /// State 0, the id of no block, and `size` bytes of any content.
+    /// Makes a node in state 0, with the id of no block and a block of `size` bytes, which are not
+    /// initialised.
     CacheNode(unsigned int size = 0);
 
-    /// Takes over size, bytes, state and id.
+    /// Copies size, bytes, state and id.
     CacheNode(const CacheNode& other);
 
-    /// Takes over size, bytes, state and id. The block stays in its place and must have room for
-    /// the bytes of `other`, as always within one cache.
+    /// Copies size, bytes, state and id. The block is not allocated anew: it must be at least as
+    /// large as that of `other`, as it always is within one cache.
     CacheNode& operator=(const CacheNode& other);
 
     ~CacheNode();
 
-    /// The id that stands for no block: 0xFFFFFFFF.
+    /// The id of a node without a block: 0xFFFFFFFF.
     static unsigned int getDefaultNodeID();
 
-    /// In the write cache 0 is clean, free to be used for another block, and 1 is changed, to be
-    /// written back. In the read cache 0 is free and 1 holds a copy. Other values are neither.
+    /// In the write cache state 0 is clean, so that the node may be reused for another block, and 1
+    /// is changed, so that the node must be written back. In the read cache 0 is a free node and 1
+    /// a node that holds a copy. A node in any other state is neither reused nor written back.
     void setNodeState(int state);
 
-    /// A node in a cache can be found under the new id from then on, and not under the old one.
+    /// Searches of the node's cache find the node by its new id from then on.
     void setNodeID(const unsigned int& id);
 
     int getNodeState() const { return nodeState; }
     unsigned int getNodeID() const { return nodeID; }
 
-    /// The block, for reading and writing. Never null, also where it has no bytes.
+    /// The block, for reading and writing. Never null, even if the size is 0.
     unsigned char* getNodeData() const { return nodeData; }
 
     /// The size of the block in bytes.
@@ -51,6 +53,7 @@ private:
     friend class CacheManager;
     friend class CacheNodeIndex;
 
+    UTILITIES_LOCAL void Reallocate(std::uint32_t size);
     UTILITIES_LOCAL void Forget(std::uint32_t size);
     UTILITIES_LOCAL void Store(std::int32_t state, std::uint32_t id);
 
@@ -58,7 +61,7 @@ private:
     std::uint32_t nodeID;
     unsigned char* nodeData;
     std::uint32_t nodeDataSize;
-    CacheNodeEntry* entry;  ///< Where the node's cache has it listed, null outside of caches.
+    CacheNodeEntry* m_Entry;  ///< The node in its cache's index; null outside of caches.
 };
 
 #endif

@@ -1,4 +1,4 @@
-/// What spares the node cache the walks through its lists.
+/// Finds the nodes of the cache without a walk through its lists.
 #ifndef UTILITIES_CACHE_NODEINDEX_INTERNAL_H
 #define UTILITIES_CACHE_NODEINDEX_INTERNAL_H
 
@@ -12,68 +12,87 @@
 
 class CacheNodeIndex;
 
-/// A node in the index: linked into the chain of its bucket unless its id is that of no block.
+/// A node in the index.
 struct CacheNodeEntry {
-    CacheNodeIndex* index = nullptr;  ///< Null where the node is gone.
+    CacheNodeIndex* index = nullptr;  ///< Null once the node has left the list.
     std::list<CacheNode>::iterator node;
-    std::uint32_t id = 0;             ///< Under which it is linked.
-    CacheNodeEntry** link = nullptr;  ///< What points to it in its chain, null outside of chains.
+    std::uint64_t order = 0;  ///< Grows from the front of the list to its back.
+    std::uint32_t id = 0;     ///< The id under which the entry is linked.
+    bool hasNewID = false;    ///< The node may have another id; it is in the stack of such nodes.
+    CacheNodeEntry** link =
+        nullptr;  ///< The pointer to the entry in its chain; null outside chains.
     CacheNodeEntry* next = nullptr;
     CacheNodeEntry* nextWithNewID = nullptr;
-    bool hasNewID = false;
 };
 
-/// A table from ids to the nodes of one list. Each find gives exactly what a walk through the list
-/// would: the table answers where none or one node bears an id, and where several do the list is
-/// walked, so that the index knows nothing of the order and nobody has to tell it of a move.
+/// The index of one list: a hash table from ids to nodes, and a pointer to the first clean node.
+/// Each find returns exactly the node that a walk through the list would find.
 ///
-/// Nodes tell of their own changes. Those who change different nodes at a time meet in two atomics
-/// only, and the table follows with the next find. Nodes that were added to the list or taken out
-/// of it show in the length of the list.
+/// Nodes report changes of their id and state themselves, and all moves are made by `MoveToBack`.
+/// Several threads may report changes of different nodes at the same time; all other operations
+/// need exclusive use of the list and its nodes. A change of the list's length by others is noticed
+/// by the next find, which builds the index anew.
 ///
 /// The list must outlive the index.
 class CacheNodeIndex {
 public:
     using Iterator = std::list<CacheNode>::iterator;
 
+    /// The memory for an index of `nodeCount` nodes. Allocated apart, so that it can be had before
+    /// anything is changed.
+    struct Storage {
+        Storage() = default;
+        explicit Storage(std::size_t nodeCount);
+
+        std::vector<CacheNodeEntry> entries;
+        std::vector<CacheNodeEntry*> buckets;
+    };
+
     explicit CacheNodeIndex(std::list<CacheNode>& list);
     ~CacheNodeIndex();
     CacheNodeIndex(const CacheNodeIndex&) = delete;
     CacheNodeIndex& operator=(const CacheNodeIndex&) = delete;
 
-    /// The node with this id that is nearest to the end; the end of the list where there is none.
-    Iterator FindFromBack(std::uint32_t id);
-    Iterator FindFromFront(std::uint32_t id);
+    /// The last node in the list with this id; the list's end if there is none.
+    Iterator FindLast(std::uint32_t id);
 
-    /// The first node in state 0, or the end of the list.
-    Iterator FindClean();
+    /// The first node in the list with this id; the list's end if there is none.
+    Iterator FindFirst(std::uint32_t id);
 
-    /// Brings the index in line with the list: finds do so themselves, but allocate for it where
-    /// nodes were added.
-    void Update();
+    /// The first node in state 0; the list's end if there is none.
+    Iterator FindFirstClean();
 
-    void NoteCleanNode() { mayHaveClean.store(true, std::memory_order_relaxed); }
+    /// Moves a node that a find has returned, and that is not the last one, to the back of the
+    /// list. The caller defers kills.
+    void MoveToBack(Iterator node);
+
+    /// Builds the index for the list as it is now. `storage` must have been made for its length.
+    void Rebuild(Storage storage);
+
+    /// Reports that a node is clean. The caller defers kills.
+    void NoteClean(CacheNodeEntry& entry);
+
+    /// Reports that a node has a new id. The caller defers kills.
     void NoteNewID(CacheNodeEntry& entry);
+
+    /// Reports that a node is about to be destroyed.
     void Remove(CacheNodeEntry& entry);
 
 private:
-    enum class Bearers { NONE, ONE, SEVERAL };
-
-    Bearers Look(std::uint32_t id, Iterator& found);
-    CacheNodeEntry*& BucketOf(std::uint32_t id);
-    void Rebuild();
+    void Update();
     void Release();
     void LinkThoseWithNewIDs();
     void Link(CacheNodeEntry& entry);
     static void Unlink(CacheNodeEntry& entry);
+    CacheNodeEntry*& BucketOf(std::uint32_t id);
 
-    std::list<CacheNode>& nodes;
-    std::vector<CacheNodeEntry> entries;
-    std::vector<CacheNodeEntry*> buckets;
-    int shift = 0;          ///< Leaves as many bits of a hash as number the buckets.
-    std::size_t count = 0;  ///< Of the entries whose nodes live.
-    std::atomic<CacheNodeEntry*> withNewIDs{nullptr};
-    std::atomic<bool> mayHaveClean{true};  ///< False once a walk has found none.
+    std::list<CacheNode>& m_Nodes;
+    Storage m_Storage;
+    int m_Shift = 0;          ///< Leaves as many bits of a hash as number the buckets.
+    std::size_t m_Count = 0;  ///< Nodes in the index; `OUTDATED` after a removal.
+    std::uint64_t m_LastOrder = 0;
+    std::atomic<CacheNodeEntry*> m_WithNewIDs{nullptr};  ///< The top of the stack.
+    std::atomic<CacheNodeEntry*> m_FirstClean{nullptr};  ///< No clean node stands before it.
 };
 
 #endif

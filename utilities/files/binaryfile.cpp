@@ -4,7 +4,8 @@
 #include <utility>
 
 #include "utilities/platform/descriptors.h"
-#include "utilities/platform/threads.h"
+#include "utilities/platform/filelocks.h"
+#include "utilities/platform/stopdeferral.h"
 
 namespace {
 
@@ -18,6 +19,7 @@ enum Result {
     RESULT_RECORD_LOCKED = -10
 };
 
+// By the number of the mode.
 constexpr int MODE_FLAGS[] = {
     platform::_O_RDONLY,
     platform::_O_RDWR,
@@ -26,8 +28,11 @@ constexpr int MODE_FLAGS[] = {
     platform::_O_RDWR | platform::_O_APPEND | platform::_O_CREAT | platform::_O_TRUNC,
 };
 
-// What the length of no file reads as.
+// The length that a file without one, a closed one, counts as: -1 in the width of a record count.
 constexpr std::int64_t NO_LENGTH = 0xFFFFFFFF;
+
+// Records beyond it have no number, so the count stops here, and so do additions.
+constexpr std::uint32_t MOST_RECORDS = 0xFFFFFFFF;
 
 }  // namespace
 
@@ -43,46 +48,53 @@ BinaryFile::BinaryFile(unsigned int sizeOfRecord, unsigned int sizeOfHeader)
       headerBuffer(MakeBuffer(sizeOfHeader)),
       recordBuffer(MakeBuffer(sizeOfRecord)) {}
 
-BinaryFile::~BinaryFile() { closeFile(); }
+BinaryFile::~BinaryFile() {
+    if (closeFile() != 0)
+        platform::CloseUnchecked(fileHandle);
+}
 
-bool BinaryFile::isShared() const { return shareMode == BF_DENYNO; }
+bool BinaryFile::IsShared() const { return shareMode == BF_DENYNO; }
 
-bool BinaryFile::isForUpdate() const { return fileMode == BF_UPDATE || fileMode == BF_EXTEND; }
+bool BinaryFile::IsForUpdate() const { return fileMode == BF_UPDATE || fileMode == BF_EXTEND; }
 
-__int64 BinaryFile::getOffset(unsigned int record) const {
-    return headerSize + (static_cast<__int64>(record) - 1) * recordSize;
+// Only a closed object can have numbers and sizes for which this wraps.
+__int64 BinaryFile::OffsetOf(unsigned int record) const {
+    return static_cast<__int64>(headerSize + (std::uint64_t{record} - 1) * recordSize);
 }
 
 unsigned int BinaryFile::updateRecordCount() {
     const std::int64_t length = platform::GetLength(fileHandle);
     const std::int64_t known = length >= 0 ? length : NO_LENGTH;
     if (known >= headerSize)
-        recordCount =
-            recordSize != 0 ? static_cast<std::uint32_t>((known - headerSize) / recordSize) : 0;
+        recordCount = recordSize != 0 ? static_cast<std::uint32_t>(std::min<std::int64_t>(
+                                            (known - headerSize) / recordSize, MOST_RECORDS))
+                                      : 0;
     return recordCount;
 }
 
-int BinaryFile::lockRecord(unsigned int record) {
-    if (!isShared())
+// The number is stored first: a thread that is stopped in between leaves no lock that the object
+// doesn't know.
+int BinaryFile::lockRecord(unsigned int record, bool mayWait) {
+    if (!IsShared())
         return RESULT_DONE;
     unlockRecord();
     lockedRecord = record;
-    const int result =
-        platform::_locking(fileHandle, platform::_LK_LOCK, recordSize, getOffset(record));
+    const int mode = mayWait ? platform::_LK_LOCK : platform::_LK_NBLCK;
+    const int result = platform::_locking(fileHandle, mode, recordSize, OffsetOf(record));
     if (result != 0)
         lockedRecord = 0;
     return result;
 }
 
 void BinaryFile::unlockRecord() {
-    if (!isShared() || lockedRecord == 0)
+    if (!IsShared() || lockedRecord == 0)
         return;
-    platform::_locking(fileHandle, platform::_LK_UNLCK, recordSize, getOffset(lockedRecord));
+    platform::_locking(fileHandle, platform::_LK_UNLCK, recordSize, OffsetOf(lockedRecord));
     lockedRecord = 0;
 }
 
 int BinaryFile::lockHeader() {
-    if (!isShared() || headerLocked)
+    if (!IsShared() || headerLocked)
         return RESULT_DONE;
     const int result = platform::_locking(fileHandle, platform::_LK_LOCK, headerSize, 0);
     headerLocked = result == 0;
@@ -90,7 +102,7 @@ int BinaryFile::lockHeader() {
 }
 
 void BinaryFile::unlockHeader() {
-    if (!isShared() || !headerLocked)
+    if (!IsShared() || !headerLocked)
         return;
     platform::_locking(fileHandle, platform::_LK_UNLCK, headerSize, 0);
     headerLocked = false;
@@ -100,12 +112,12 @@ int BinaryFile::openFile(const std::string& name, E_BF_FILEMODE mode, E_BF_SHARE
                          unsigned int sizeOfHeader) {
     if (isOpen() || name.empty())
         return RESULT_NOT_TO_OPEN;
-    // What needs memory comes before what changes the object.
+    // All that needs memory comes before all that changes the object.
     Buffer buffer = MakeBuffer(sizeOfHeader);
     std::string newName(name);
     const int flags = mode >= BF_READONLY && mode <= BF_CREATE ? MODE_FLAGS[mode] : 0;
     {
-        const platform::HoldOff untilStored;
+        const platform::StopDeferral untilStored;
         const int file = platform::_sopen(name.c_str(), flags | platform::_O_BINARY, share,
                                           platform::_S_IREAD | platform::_S_IWRITE);
         if (file < 0)
@@ -128,7 +140,7 @@ int BinaryFile::closeFile() {
     if (!isOpen())
         return RESULT_DONE;
     unlockRecord();
-    const platform::HoldOff untilForgotten;
+    const platform::StopDeferral untilForgotten;
     const int result = platform::_close(fileHandle);
     if (result == 0) {
         fileHandle = -1;
@@ -138,13 +150,13 @@ int BinaryFile::closeFile() {
 }
 
 int BinaryFile::readHeader() {
-    if (isForUpdate() && lockHeader() != 0)
+    if (IsForUpdate() && lockHeader() != 0)
         return RESULT_HEADER_LOCKED;
     return platform::ReadAt(fileHandle, headerBuffer.get(), headerSize, 0);
 }
 
 int BinaryFile::writeHeader() {
-    if (!isForUpdate())
+    if (!IsForUpdate())
         return RESULT_REFUSED;
     if (lockHeader() != 0)
         return RESULT_HEADER_LOCKED;
@@ -154,14 +166,14 @@ int BinaryFile::writeHeader() {
 }
 
 int BinaryFile::readFile(unsigned int record) {
-    if (record > recordCount && isShared())
+    if (record > recordCount && IsShared())
         updateRecordCount();
     if (record == 0 || record > recordCount)
         return 0;
     currentRecord = record;
-    if (isForUpdate() && lockRecord(record) != 0)
+    if (IsForUpdate() && lockRecord(record) != 0)
         return RESULT_RECORD_LOCKED;
-    return platform::ReadAt(fileHandle, recordBuffer.get(), recordSize, getOffset(record));
+    return platform::ReadAt(fileHandle, recordBuffer.get(), recordSize, OffsetOf(record));
 }
 
 int BinaryFile::readFile(E_BF_READMODE mode) {
@@ -177,35 +189,46 @@ int BinaryFile::readFile(E_BF_READMODE mode) {
     }
 }
 
-// Others add records as well. Only under the lock of the place behind the last one it is certain
-// that nobody else is about to use it, and only a count under that lock tells which place that is.
-int BinaryFile::lockNewRecord(unsigned int& record) {
-    record = updateRecordCount() + 1;
-    while (record != lockedRecord && isShared()) {
-        if (lockRecord(record) != 0)
-            return RESULT_RECORD_LOCKED;
-        if (updateRecordCount() < record)
-            break;
-        unlockRecord();
-        record = recordCount + 1;
-    }
-    return RESULT_DONE;
-}
-
 int BinaryFile::writeFile(unsigned int record) {
-    if (!isForUpdate() || record == 0)
+    if (!IsForUpdate() || record == 0)
         return RESULT_REFUSED;
-    const bool isNew = record > recordCount;
-    if (isNew && fileMode == BF_UPDATE)
-        return RESULT_REFUSED;
-    if (isNew && lockNewRecord(record) != 0)
-        return RESULT_RECORD_LOCKED;
+    if (record > recordCount)
+        return fileMode == BF_EXTEND ? AddRecord() : int{RESULT_REFUSED};
     if (record != lockedRecord && lockRecord(record) != 0)
         return RESULT_RECORD_LOCKED;
     const int written =
-        platform::WriteAt(fileHandle, recordBuffer.get(), recordSize, getOffset(record));
-    if (written > 0 && record > recordCount)
-        ++recordCount;
+        platform::WriteAt(fileHandle, recordBuffer.get(), recordSize, OffsetOf(record));
+    unlockRecord();
+    currentRecord = record;
+    return written;
+}
+
+// Others add records as well: only under the lock of the file's end the count tells which record is
+// the next. Its own lock, if another one has it, is waited for without the end, so that adders by
+// other modes go on, and then the next record may be another one.
+int BinaryFile::AddRecord() {
+    for (;;) {
+        unsigned int record = 0;
+        {
+            const platform::ScopedFileEnd end(fileHandle, IsShared());
+            if (!end.MayMove())
+                return RESULT_RECORD_LOCKED;
+            if (updateRecordCount() == MOST_RECORDS)
+                return RESULT_REFUSED;
+            record = recordCount + 1;
+            if (record == lockedRecord || lockRecord(record, false) == 0)
+                return WriteNewRecord(record);
+        }
+        if (lockRecord(record) != 0)
+            return RESULT_RECORD_LOCKED;
+    }
+}
+
+int BinaryFile::WriteNewRecord(unsigned int record) {
+    const int written =
+        platform::AppendAt(fileHandle, recordBuffer.get(), recordSize, OffsetOf(record));
+    if (written > 0)
+        recordCount = record;
     unlockRecord();
     currentRecord = record;
     return written;
@@ -218,18 +241,25 @@ int BinaryFile::writeCurrent() {
             return writeFile(currentRecord);
         case BF_APPEND:
         case BF_CREATE:
-            return appendRecord();
+            return AppendRecord();
         default:
             return RESULT_REFUSED;
     }
 }
 
-int BinaryFile::appendRecord() {
+int BinaryFile::AppendRecord() {
+    const platform::ScopedFileEnd end(fileHandle, IsShared());
+    if (!end.MayMove())
+        return RESULT_SYSTEM;
+    if (isOpen() && IsShared())
+        updateRecordCount();
+    if (recordCount == MOST_RECORDS)
+        return RESULT_REFUSED;
     const int written =
-        platform::WriteAt(fileHandle, recordBuffer.get(), recordSize, platform::AT_END);
+        platform::AppendAt(fileHandle, recordBuffer.get(), recordSize, platform::AT_END);
     if (written == RESULT_SYSTEM)
         return RESULT_SYSTEM;
-    if (isShared())
+    if (IsShared())
         updateRecordCount();
     else if (written > 0)
         ++recordCount;

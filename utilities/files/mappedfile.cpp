@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <iostream>
+#include <string>
 
 #include "utilities/platform/mapping.h"
 
 namespace {
 
+/// What one mode asks of the file and of its mapping.
 struct Access {
     std::uint32_t file;
     std::uint32_t share;
@@ -35,6 +37,14 @@ platform::FileHandle Open(const char* path, const Access& access) {
     return file;
 }
 
+/// Written as one text, so that no number base or width that is set in the stream changes it. The
+/// stream fails for good if it is given a null text.
+void ReportOpenFailure(const char* path) {
+    const std::string text = "error: " + std::to_string(platform::GetLastError()) +
+                             " while open file: " + (path != nullptr ? path : "(null)");
+    std::cout.write(text.data(), static_cast<std::streamsize>(text.size())) << std::endl;
+}
+
 }  // namespace
 
 MappedFile::MappedFile(const char* path, int mode, std::uint32_t minSize)
@@ -52,8 +62,7 @@ void MappedFile::map(const char* path, int mode, std::uint32_t minSize) {
     const Access& access = AccessOf(mode);
     m_FileHandle = Open(path, access);
     if (m_FileHandle == platform::InvalidHandleValue()) {
-        std::cout << "error: " << platform::GetLastError() << " while open file: " << path
-                  << std::endl;
+        ReportOpenFailure(path);
         return;
     }
     m_Size = std::max(platform::GetFileSize(m_FileHandle), minSize);

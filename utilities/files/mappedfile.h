@@ -3,37 +3,62 @@
 #define UTILITIES_FILES_MAPPEDFILE_H
 
 #include <cstdint>
+#include <type_traits>
 
 #include "utilities/frame/export.h"
 
-/// Maps one whole file: what is written to the memory is written to the file, at a time of the
-/// system's choice.
+/// Maps one whole file. What is written to the memory is written to the file, at a time of the
+/// system's choice; other openers and mappings of the file see it at once.
 ///
-/// Several threads may use one object's address. Memory behind the end of a file that somebody
-/// shortened meanwhile must not be touched: the system ends the process.
+/// If somebody shortens the file, the memory beyond its new end must not be touched: the system
+/// ends the process (SIGBUS).
 ///
-/// A copy shares the address with its source, and an assignment doesn't give back what its target
-/// had: only one of such objects may be destroyed, and the others' addresses are void then.
+/// Several threads may use one object's address; a forked child has the same memory, and its copy
+/// of the object ends nothing for the parent. Share modes as in `BinaryFile` hold between both
+/// classes.
+///
+/// A copy shares the address with its source, and an assignment doesn't release what its target
+/// had. Only one of such objects may be destroyed, after which the addresses of the others are
+/// void.
 class UTILITIES_EXPORT MappedFile {
 public:
-    /// Maps the file at `path`, up to its 4 GiB, from which on sizes count anew. With bit 1 of
-    /// `mode` for reading and writing: a file that doesn't exist is made, and one of fewer than
-    /// `minSize` bytes grows to these, zeroed. With no bit for reading: the file must exist and
-    /// have `minSize` bytes, and meanwhile openers that use this library can't write to it. With
-    /// bit 0 alone for writing only, which this system doesn't map; the file is made all the same.
+    /// Maps the file at `path`. `mode` is 0 or a combination of these bits, others are ignored:
     ///
-    /// A file that can't be opened or made is told on the `cout` stream with the system's number
-    /// for the reason. Whatever fails shows in a null `getAddr`, with nothing left open; a file
-    /// that was made stays. An empty file can't be mapped.
+    /// - 0: for reading. The file must exist and have `minSize` bytes. As long as the object lives,
+    ///   openers that use this library can't write to the file.
+    /// - 2 (or 3): for reading and writing. A missing file is created (mode 0666, less the umask);
+    ///   a file of fewer than `minSize` bytes grows to them, by zeros that have their space on the
+    ///   disk. A growth that fails never shortens what others have added meanwhile.
+    /// - 1: for writing only, which this system can't map. A missing file is created all the same.
+    ///
+    /// Sizes have 32 bits: of a file of 4 GiB or more only the rest of its size by 4 GiB is mapped.
+    ///
+    /// After a failure `getAddr` is null and nothing is open; a file that was created stays. An
+    /// empty file can't be mapped. If the file can't be opened or created, a line on `std::cout`
+    /// says so, with the system's number for the reason.
     MappedFile(const char* path, int mode, std::uint32_t minSize);
+
+    /// The same for a wider type of `minSize`. A value that doesn't fit into 32 bits is not cut: it
+    /// fails like an empty path.
+    template <typename Size, typename = std::enable_if_t<std::is_integral_v<Size> &&
+                                                         (sizeof(Size) > sizeof(std::uint32_t))>>
+    MappedFile(const char* path, int mode, Size minSize)
+        : MappedFile(Fits(minSize) ? path : "", Fits(minSize) ? mode : 0,
+                     static_cast<std::uint32_t>(minSize)) {}
+
     MappedFile(const MappedFile& other);
     MappedFile& operator=(const MappedFile& other);
     virtual ~MappedFile();
 
-    /// Null where there is nothing mapped.
+    /// The start of the memory, null if nothing is mapped.
     void* getAddr();
 
 private:
+    template <typename Size>
+    static constexpr bool Fits(Size size) {
+        return static_cast<Size>(static_cast<std::uint32_t>(size)) == size;
+    }
+
     UTILITIES_LOCAL void map(const char* path, int mode, std::uint32_t minSize);
     UTILITIES_LOCAL void closeHandles();
 

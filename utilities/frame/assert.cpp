@@ -1,6 +1,6 @@
-#include <cstdio>
-
 #include "utilities/frame/assert_internal.h"
+
+#include <cstdio>
 
 void ReportFailedAssertion(const char* condition, const char* module, int line) {
     std::fprintf(stderr, "ASSERT(%s in: ", condition);

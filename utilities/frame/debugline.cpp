@@ -2,13 +2,13 @@
 
 #include <cstdarg>
 
-#include "utilities/platform/print.h"
+#include "utilities/runtime/print.h"
 
 int printFmtDBGFile(const char* format, ...) {
     char line[1024];
     std::va_list arguments;
     va_start(arguments, format);
-    const int length = platform::_vsnprintf(line, sizeof line, format, arguments);
+    const int length = runtime::_vsnprintf(line, sizeof line, format, arguments);
     va_end(arguments);
     return length >= 0 ? 1 : 0;
 }

@@ -7,8 +7,8 @@
 // reverse order of destruction, that of the definitions. This system's loader tells a library
 // nothing of threads that start or end, so there is no notification to decline here.
 
-const String StatusLogCurrentPath("./vy-current-status");
-const String StatusLogLastStopPath("./vy-last-stop-status");
+const String StatusLogCurrentPath(STATUS_LOG_CURRENT);
+const String StatusLogLastStopPath(STATUS_LOG_LAST_STOP);
 const String String::sEmpty;
 const WString WString::sEmpty;
 MutexLock BqGMTime::tm_mutex("BqGMTime::tm_mutex");

@@ -5,6 +5,11 @@
 
 #include "utilities/text/qelstring.h"
 
+/// The content of the two paths. The log is written through it, as a client may do so after the
+/// objects are gone.
+inline constexpr char STATUS_LOG_CURRENT[] = "./vy-current-status";
+inline constexpr char STATUS_LOG_LAST_STOP[] = "./vy-last-stop-status";
+
 extern const String StatusLogCurrentPath;
 extern const String StatusLogLastStopPath;
 

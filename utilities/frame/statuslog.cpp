@@ -10,7 +10,7 @@ namespace {
 
 /// Opens the current file in `mode`, writes `head` and then `text`, and closes it.
 void WriteStatus(const char* mode, const char* head, const char* text, std::size_t length) {
-    std::FILE* file = platform::fopen(StatusLogCurrentPath.c_str(), mode);
+    std::FILE* file = platform::fopen(STATUS_LOG_CURRENT, mode);
     if (file == nullptr)
         return;
     std::fwrite(head, 1, std::strlen(head), file);
@@ -22,8 +22,8 @@ void WriteStatus(const char* mode, const char* head, const char* text, std::size
 
 void VYStatusLogStart() {
     struct _stat status;
-    if (platform::_stat(StatusLogCurrentPath.c_str(), &status) == 0)
-        platform::rename(StatusLogCurrentPath.c_str(), StatusLogLastStopPath.c_str());
+    if (platform::_stat(STATUS_LOG_CURRENT, &status) == 0)
+        platform::rename(STATUS_LOG_CURRENT, STATUS_LOG_LAST_STOP);
     static constexpr char START[] = "Start";
     WriteStatus("w", "", START, sizeof START);
 }

@@ -6,7 +6,8 @@
 #include "utilities/frame/assert_internal.h"
 #include "utilities/locks/registry_internal.h"
 #include "utilities/platform/clock.h"
-#include "utilities/platform/threads.h"
+#include "utilities/platform/currentthread.h"
+#include "utilities/platform/fork.h"
 #include "utilities/platform/waitable.h"
 
 namespace {
@@ -48,12 +49,26 @@ MutexLock::~MutexLock() {
     platform::CloseHandle(m_Handle);
 }
 
+// In the child of a fork the thread that forked has another id: what it held then it holds still.
+void MutexLock::FollowFork(std::uint32_t caller) {
+    if (platform::AtFork::Generation() != 0 && platform::IsHeldByCaller(m_Handle))
+        m_ThreadId = caller;
+}
+
+// In the child of a fork, where a thread of the parent held it.
+void MutexLock::StartAnew() {
+    m_ThreadId = 0;
+    m_LockedCount = 0;
+}
+
 // True for a first-level acquisition.
 inline bool MutexLock::CountAcquisition(std::uint32_t caller) {
     const auto getOwnThreadId = [caller] { return caller; };  // As the report names it.
     const std::int32_t count = Plus(m_LockedCount, 1);
     m_LockedCount = count;
     if (count > 1) {
+        if (m_ThreadId != caller)
+            FollowFork(caller);
         ASSERT(m_ThreadId == getOwnThreadId());
         return false;
     }
@@ -64,26 +79,69 @@ inline bool MutexLock::CountAcquisition(std::uint32_t caller) {
 
 // Two threads at once can take one slot. The list then shows one of them, and its slot is free
 // again early: to exclude that would cost every `Lock` more than the rest of its bookkeeping.
-void MutexLock::Lock() {
+[[gnu::noinline]] void MutexLock::LockWithSlot(Relaxed<std::uint32_t>* slot) {
     MutexDbgEntry& record = MutexDbgList[m_DbgListIndex];
     const std::uint32_t caller = getOwnThreadId();
-    const auto slot = std::find(std::begin(record.Waiter), std::end(record.Waiter), 0u);
-    const bool isListed = slot != std::end(record.Waiter);
-    if (isListed)
-        *slot = caller;
-    platform::WaitForSingleObject(m_Handle, platform::INFINITE);
+    if (slot == nullptr) {
+        slot = std::find(std::begin(record.Waiter), std::end(record.Waiter), 0u);
+        if (slot == std::end(record.Waiter))
+            slot = nullptr;
+        else
+            *slot = caller;
+    }
+    if (platform::WaitForSingleObject(m_Handle, platform::INFINITE) == platform::WAIT_NOT_FORKED)
+        StartAnew();
+    FinishLock(slot, caller);
+}
+
+[[gnu::noinline]] void MutexLock::FinishLock(Relaxed<std::uint32_t>* slot, std::uint32_t caller) {
+    MutexDbgEntry& record = MutexDbgList[m_DbgListIndex];
     if (CountAcquisition(caller))
         record.LockTime.store(platform::clock(), std::memory_order_release);
-    if (isListed)
+    if (slot != nullptr)
         *slot = 0;
     record.Owner.store(caller, std::memory_order_release);
+}
+
+// The last steps of a first-level `Lock` that took the first slot. Apart from it, so that `Lock`
+// keeps nothing across the call of the clock.
+[[gnu::noinline]] static void StampAndPublish(MutexDbgEntry& record) {
+    record.LockTime.store(platform::clock(), std::memory_order_release);
+    record.Waiter[0] = 0;
+    record.Owner.store(platform::GetLockerId(), std::memory_order_release);
+}
+
+// The same steps where nothing stands in the way: the first slot is free, the mutex is free or the
+// caller's, and its fields are as they should be.
+void MutexLock::Lock() {
+    MutexDbgEntry& record = MutexDbgList[m_DbgListIndex];
+    const std::uint32_t caller = platform::GetLockerId();
+    if (caller == 0 || record.Waiter[0] != 0) [[unlikely]]
+        return LockWithSlot(nullptr);
+    record.Waiter[0] = caller;
+    if (!platform::AcquireAtOnce(m_Handle, caller)) [[unlikely]]
+        return LockWithSlot(&record.Waiter[0]);
+    const std::int32_t count = m_LockedCount;
+    if (count > 0 && m_ThreadId == caller) {
+        m_LockedCount = Plus(count, 1);
+        record.Waiter[0] = 0;
+        record.Owner.store(caller, std::memory_order_release);
+    } else if (count == 0 && m_ThreadId == 0) {
+        m_LockedCount = 1;
+        m_ThreadId = caller;
+        StampAndPublish(record);
+    } else {
+        FinishLock(&record.Waiter[0], caller);
+    }
 }
 
 bool MutexLock::TryLock(unsigned int timeout) {
     const std::uint32_t result = platform::WaitForSingleObject(m_Handle, timeout);
     if (result == platform::WAIT_ABANDONED)
         platform::ReleaseMutex(m_Handle);
-    if (result != platform::WAIT_OBJECT_0)
+    if (result == platform::WAIT_NOT_FORKED)
+        StartAnew();
+    else if (result != platform::WAIT_OBJECT_0)
         return false;
     const std::uint32_t caller = getOwnThreadId();
     CountAcquisition(caller);
@@ -91,7 +149,9 @@ bool MutexLock::TryLock(unsigned int timeout) {
     return true;
 }
 
-void MutexLock::Unlock() {
+[[gnu::noinline]] void MutexLock::UnlockAndReport() {
+    if (m_ThreadId != getOwnThreadId())
+        FollowFork(getOwnThreadId());
     ASSERT(m_ThreadId == getOwnThreadId());
     const std::int32_t count = Plus(m_LockedCount, 0xFFFFFFFF);
     m_LockedCount = count;
@@ -105,6 +165,20 @@ void MutexLock::Unlock() {
         ASSERT(0!=m_ThreadId);
     }
     // clang-format on
+    platform::ReleaseMutex(m_Handle);
+}
+
+// The same steps where there is nothing to report.
+void MutexLock::Unlock() {
+    const std::uint32_t caller = platform::GetLockerId();
+    const std::int32_t count = m_LockedCount;
+    if (caller == 0 || m_ThreadId != caller || count < 1) [[unlikely]]
+        return UnlockAndReport();
+    m_LockedCount = count - 1;
+    if (count == 1) {
+        m_ThreadId = 0;
+        MutexDbgList[m_DbgListIndex].Owner.store(0, std::memory_order_relaxed);
+    }
     platform::ReleaseMutex(m_Handle);
 }
 

@@ -14,7 +14,7 @@
 #include <cstdint>
 
 #include "utilities/frame/export.h"
-#include "utilities/locks/relaxed.h"
+#include "utilities/frame/relaxed.h"
 
 /// A recursive mutex: its holder can take it again and gives it up as often as it took it.
 ///
@@ -58,6 +58,11 @@ public:
 
 private:
     UTILITIES_LOCAL bool CountAcquisition(std::uint32_t caller);
+    UTILITIES_LOCAL void FollowFork(std::uint32_t caller);
+    UTILITIES_LOCAL void StartAnew();
+    UTILITIES_LOCAL void LockWithSlot(Relaxed<std::uint32_t>* slot);
+    UTILITIES_LOCAL void FinishLock(Relaxed<std::uint32_t>* slot, std::uint32_t caller);
+    UTILITIES_LOCAL void UnlockAndReport();
 
     void* m_Handle;
     Relaxed<std::uint32_t> m_ThreadId;    ///< Who holds it, 0 when it is free.

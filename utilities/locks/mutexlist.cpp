@@ -9,7 +9,6 @@
 #include "utilities/locks/registry_internal.h"
 #include "utilities/platform/clock.h"
 #include "utilities/platform/files.h"
-#include "utilities/services/ticks.h"
 
 namespace {
 
@@ -50,17 +49,43 @@ void WriteRecord(std::ostream& out, std::uint16_t index, std::uint32_t owner) {
     out << std::endl;
 }
 
-// The stamp is read before the clock: one that is made in between would else lie in the future, and
-// the difference would be huge.
-bool IsHeldTooLong(const MutexDbgEntry& record) {
-    const std::uint32_t lockTime = record.LockTime.load(std::memory_order_acquire);
-    return platform::clock() - lockTime > LONGEST_HOLD;
+bool HasWaiter(const MutexDbgEntry& record) {
+    return std::any_of(std::begin(record.Waiter), std::end(record.Waiter),
+                       [](std::uint32_t waiter) { return waiter != 0; });
 }
 
+/// One acquisition of one mutex.
+struct Holding {
+    std::uint32_t uses;
+    std::uint32_t owner;
+    std::uint32_t lockTime;
+    bool operator==(const Holding&) const = default;
+};
+
+/// Reads how the mutex is held. False where it is free, where nobody waits, or where the record
+/// went to another mutex meanwhile, so that what was read may be of both.
+bool ReadHolding(const MutexDbgEntry& record, Holding& holding) {
+    holding.uses = record.Uses.load(std::memory_order_acquire);
+    holding.owner = OwnerOf(record);
+    holding.lockTime = record.LockTime.load(std::memory_order_acquire);
+    const bool hasWaiter = HasWaiter(record);
+    std::atomic_thread_fence(std::memory_order_acquire);
+    return IsInUse(record) && record.Uses.load(std::memory_order_relaxed) == holding.uses &&
+           holding.owner != 0 && hasWaiter;
+}
+
+// The stamp is read before the clock: one that is made in between would otherwise lie in the
+// future, and the difference would be huge.
+bool IsHeldTooLong(const MutexDbgEntry& record, Holding& holding) {
+    return ReadHolding(record, holding) && platform::clock() - holding.lockTime > LONGEST_HOLD;
+}
+
+/// A finding counts if it still holds when the record is read once more: the end of the process
+/// must not follow from fields that never stood together.
 bool IsDeadlocked(const MutexDbgEntry& record) {
-    return IsInUse(record) && OwnerOf(record) != 0 &&
-           std::any_of(std::begin(record.Waiter), std::end(record.Waiter),
-                       [&](std::uint32_t waiter) { return waiter != 0 && IsHeldTooLong(record); });
+    Holding first{};
+    Holding second{};
+    return IsHeldTooLong(record, first) && IsHeldTooLong(record, second) && first == second;
 }
 
 bool IsAnyDeadlocked() {
@@ -118,6 +143,6 @@ void checkMutexListForDeadlock() {
     if (!IsAnyDeadlocked())
         return;
     WriteReport();
-    BqSleep(PAUSE_BEFORE_ABORT);
+    platform::Sleep(PAUSE_BEFORE_ABORT);
     std::abort();
 }

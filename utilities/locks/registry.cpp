@@ -3,6 +3,9 @@
 #include <cstdio>
 #include <iostream>
 
+#include "utilities/platform/currentthread.h"
+#include "utilities/platform/fork.h"
+
 constinit MutexDbgEntry MutexDbgList[MUTEX_RECORDS]{};
 constinit std::atomic<std::uint16_t> MutexDbgCount{0};
 
@@ -16,6 +19,24 @@ bool Claim(MutexDbgEntry& record) {
                                                 std::memory_order_relaxed);
 }
 
+/// The threads that exist in the child only: the one that forked, under its new id.
+void SetRightInChild(MutexDbgEntry& record) {
+    const std::uint32_t parentId = platform::AtFork::ParentThreadId();
+    const std::uint32_t owner = record.Owner.load(std::memory_order_relaxed);
+    const bool isKept = owner != 0 && owner == parentId;
+    record.Owner.store(isKept ? platform::GetCurrentThreadId() : 0, std::memory_order_relaxed);
+    for (Relaxed<std::uint32_t>& waiter : record.Waiter)
+        waiter = 0;
+    // A record that another thread was just taking belongs to nobody.
+    std::uint8_t unfinished = RECORD_IN_PREPARATION;
+    record.InUse.compare_exchange_strong(unfinished, RECORD_FREE);
+}
+
+const platform::AtFork registryAtFork(platform::ForkOrder::LOCKS, nullptr, nullptr, [] {
+    for (MutexDbgEntry& record : MutexDbgList)
+        SetRightInChild(record);
+});
+
 void RaiseCount(std::uint16_t count) {
     std::uint16_t known = MutexDbgCount.load(std::memory_order_relaxed);
     while (known < count &&
@@ -23,7 +44,10 @@ void RaiseCount(std::uint16_t count) {
     }
 }
 
+/// Readers that see any of these values see that the record is in preparation, or a new use of it.
 void Empty(MutexDbgEntry& record) {
+    std::atomic_thread_fence(std::memory_order_release);
+    record.Uses.store(record.Uses.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     record.LockTime.store(0, std::memory_order_relaxed);
     record.Owner.store(0, std::memory_order_relaxed);
     for (Relaxed<std::uint32_t>& waiter : record.Waiter)

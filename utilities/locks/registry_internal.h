@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "utilities/locks/relaxed.h"
+#include "utilities/frame/relaxed.h"
 
 inline constexpr std::uint16_t MUTEX_RECORDS = 800;
 inline constexpr std::size_t MUTEX_NAME_SIZE = 24;
@@ -27,6 +27,9 @@ struct alignas(64) MutexDbgEntry {
     Relaxed<char> Name[MUTEX_NAME_SIZE];  ///< Zero-filled, or full and without a terminator.
     std::atomic<std::uint32_t> Owner;     ///< Thread id, 0 when the mutex is free.
     Relaxed<std::uint32_t> Waiter[5];     ///< Ids of threads inside `Lock`, 0 for a free slot.
+    /// How often the record was taken. Raised while it is being prepared, so that a reader can tell
+    /// whether all that it read belongs to one mutex.
+    std::atomic<std::uint32_t> Uses;
 };
 
 extern MutexDbgEntry MutexDbgList[MUTEX_RECORDS];

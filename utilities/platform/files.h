@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "utilities/platform/types.h"
+#include "utilities/frame/filestatus.h"
 
 namespace platform {
 

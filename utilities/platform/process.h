@@ -1,5 +1,5 @@
-/// A program that runs as a child, its standard output in a file. All operations can be called from
-/// any thread; an object is one thread's at a time.
+/// A program that runs as a child process with its standard output in a file. Any thread can call
+/// the operations; one object is used by one thread at a time.
 #ifndef UTILITIES_PLATFORM_PROCESS_H
 #define UTILITIES_PLATFORM_PROCESS_H
 
@@ -9,36 +9,34 @@
 
 namespace platform {
 
-/// Opens the file for writing, made where it is missing, and empties it. It is held without sharing
-/// until the descriptor and all copies that children have of it are closed: meanwhile a second call
-/// on it fails, in this process or another, and so does an opener that cares about share modes.
-/// What is no plain file (a device, a pipe) is neither held nor emptied; a pipe that nobody reads
-/// fails. Give the descriptor to `_close`. -1 on failure, with an existing file as it was.
-int CreateOutputFile(const char* path);
-
 /// A started child.
 struct Process {
-    int descriptor = -1;  ///< -1: nothing is left of it.
+    int descriptor = -1;  ///< -1: the child has ended, and nothing of it is left.
 };
 
-/// Starts the program that the first word of `commandLine` names, which is looked for as the
-/// environment's PATH tells, with the words behind it as its arguments. Blanks part words, no shell
-/// and no quote has a meaning, and the line is changed. The child has `output` as its standard
-/// output, an empty standard input, a standard error that goes nowhere, and no other descriptor. No
-/// signal is blocked in it, nor that of a broken pipe ignored. False where the program is not
-/// found, may not be executed or can't be started.
+/// Starts the program that the first word of `commandLine` names, found by the environment's PATH,
+/// with the other words as its arguments. Words are separated by blanks; there is no shell, and no
+/// quote has a meaning. The text of `commandLine` is changed. The child has `output` as its
+/// standard output, an empty standard input, a standard error that is discarded, and no other
+/// descriptor; no signal is blocked in it, and SIGPIPE is not ignored. Returns false if the program
+/// is not found, can't be executed or can't be started.
 bool CreateProcessA(char* commandLine, int output, Process& process);
 
-/// Waits at most `milliseconds`, on the monotonic clock, for the child's end: WAIT_OBJECT_0,
-/// WAIT_TIMEOUT or WAIT_FAILED. No signal ends it early, and what the child started itself isn't
-/// waited for.
+/// Waits at most `milliseconds`, on the monotonic clock, for the child's end. Returns
+/// WAIT_OBJECT_0, WAIT_TIMEOUT or WAIT_FAILED. No signal ends the wait early. Children of the child
+/// are not waited for.
+///
+/// Made for a caller that keeps what it owns under a `StopDeferral` and a `CancelDeferral`: with
+/// one of each, a suspension takes place in here, a kill makes the wait fail at once, and a
+/// cancellation leaves it as an exception does. So the caller can clean up in each case.
 std::uint32_t WaitForSingleObject(const Process& process, std::uint32_t milliseconds);
 
-/// Kills the child, and doesn't wait for its end.
+/// Kills the child, without waiting for its end.
 void TerminateProcess(const Process& process);
 
-/// Collects the child, so that nothing of it stays with the system, and gives the descriptor back.
-/// Waits for one that still runs. Other children of the caller are left alone.
+/// Waits up to 2 seconds for the child's end, removes it from the system and closes the descriptor.
+/// A child that can't end, as it sleeps in a device that doesn't answer, is removed by a later
+/// `CreateProcessA`. Other children of the caller are not touched.
 void CloseHandle(Process& process);
 
 }  // namespace platform

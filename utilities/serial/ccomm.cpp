@@ -1,10 +1,20 @@
 #include "utilities/serial/ccomm.h"
 
+// `portState` is a working copy of the port's settings. A setter changes the copy and applies all
+// of it; a setter that refuses an argument leaves what it has stored so far in the copy, for the
+// next setter. Nothing in it is checked against the device before it is applied.
+//
+// The handle is a plain value, which copies of the object share. After one of them has closed the
+// port, the handle is stale, and every operation of the platform fails on it, also while the same
+// device is open again under another handle. So no copy needs to know of the others.
+
 #include <algorithm>
 #include <iterator>
 
+#include "utilities/platform/canceldeferral.h"
 #include "utilities/platform/clock.h"
 #include "utilities/platform/serial.h"
+#include "utilities/platform/stopdeferral.h"
 #include "utilities/text/qelstring.h"
 
 namespace serial = platform::serial;
@@ -12,10 +22,16 @@ namespace serial = platform::serial;
 namespace {
 
 constexpr std::uint32_t QUEUE_BYTES = 2048;
+
+// How long to wait until the queue is sent, and how long a send may take on a line that takes only
+// a few bytes at a time: 2048 bytes take about 2 seconds at 9600 baud.
 constexpr std::uint32_t SENT_MILLISECONDS = 2000;
 
+// A read takes what has arrived, within 100 ms; a write waits 20 ms for a slow or held line.
 constexpr serial::COMMTIMEOUTS TIMEOUTS = {0xFFFFFFFF, 0, 100, 0, 20};
 
+// Rates up to the highest are stored as requested, above it only those of the table, which the
+// interface sets to other values.
 constexpr long HIGHEST_BAUD = 57600;
 constexpr struct {
     long requested;
@@ -32,6 +48,8 @@ constexpr struct {
                 {'M', 'm', serial::MARKPARITY},
                 {'S', 's', serial::SPACEPARITY}};
 
+/// The port name of the platform, which counts from 1. The largest `int` wraps to a name without a
+/// device.
 String NameOf(int port) {
     String name;
     name.Format("\\\\.\\COM%d", static_cast<int>(static_cast<unsigned int>(port) + 1));
@@ -44,12 +62,13 @@ serial::COMSTAT StatusOf(void* port) {
     return status;
 }
 
-/// To be called right behind the transfer that failed.
+/// Must be the first call after a transfer that failed.
 void ClearErrorOf(void* port) {
     if (serial::GetLastError() != serial::ERROR_IO_PENDING)
         StatusOf(port);
 }
 
+/// Sets everything but the line parameters: DTR and RTS raised, no flow control, no byte special.
 void Prepare(DCB& state) {
     state.fBinary = true;
     state.fParity = false;
@@ -84,10 +103,14 @@ CComm::~CComm() { Close(); }
 
 bool CComm::Open(int port, long baud, char parity, int dataBits, int stopBits) {
     Close();
-    portHandle = serial::CreateFileA(NameOf(port).c_str());
-    if (portHandle == nullptr)
+    const String name = NameOf(port);
+    {
+        const platform::StopDeferral untilStored;
+        portHandle = serial::CreateFileA(name.c_str());
+        portOpen = portHandle != nullptr ? 1 : 0;
+    }
+    if (!IsPortOpen())
         return false;
-    portOpen = 1;
     serial::SetupComm(portHandle, QUEUE_BYTES, QUEUE_BYTES);
     serial::SetCommMask(portHandle, 0);
     serial::GetCommState(portHandle, &portState);
@@ -102,8 +125,11 @@ bool CComm::Open(int port, long baud, char parity, int dataBits, int stopBits) {
 
 void CComm::Close() {
     if (IsPortOpen()) {
-        SetDtr(false);
-        SetRts(false);
+        const platform::CancelDeferral noCancel;  // The destructor calls this.
+        if (serial::IsOwner(portHandle)) {
+            SetDtr(false);
+            SetRts(false);
+        }
         serial::CloseHandle(portHandle);
     }
     portOpen = 0;
@@ -115,7 +141,7 @@ void* CComm::GetCommHandle() { return portHandle; }
 
 bool CComm::StoreBaud(long baud) {
     const auto fast = std::find_if(std::begin(FAST_BAUDS), std::end(FAST_BAUDS),
-                                   [baud](const auto& one) { return one.requested == baud; });
+                                   [baud](const auto& rate) { return rate.requested == baud; });
     if (baud > HIGHEST_BAUD && fast == std::end(FAST_BAUDS))
         return false;
     portState.BaudRate = baud > HIGHEST_BAUD ? fast->stored : static_cast<std::uint32_t>(baud);
@@ -125,7 +151,7 @@ bool CComm::StoreBaud(long baud) {
 bool CComm::StoreParity(char parity) {
     const auto found = std::find_if(
         std::begin(PARITIES), std::end(PARITIES),
-        [parity](const auto& one) { return one.upper == parity || one.lower == parity; });
+        [parity](const auto& row) { return row.upper == parity || row.lower == parity; });
     if (found == std::end(PARITIES))
         return false;
     portState.Parity = found->stored;
@@ -144,6 +170,7 @@ bool CComm::IsAllSent() {
     while (StatusOf(portHandle).cbOutQue != 0) {
         if (platform::GetTickCount() - start >= SENT_MILLISECONDS)
             return false;
+        platform::Sleep(1);
     }
     return true;
 }
@@ -180,15 +207,17 @@ unsigned long CComm::TxBuffer(unsigned char* buffer, int length, bool) {
     if (!IsPortOpen())
         return 0;
     const auto size = static_cast<std::uint32_t>(length);
+    // The system's own queue is longer.
     const std::uint32_t waiting = std::min(StatusOf(portHandle).cbOutQue, QUEUE_BYTES);
     const std::uint32_t budget = std::min(QUEUE_BYTES - waiting, size);
+    const std::uint32_t start = platform::GetTickCount();
     std::uint32_t done = 0;
     for (std::uint32_t sent = 0; sent < budget; sent += done) {
         if (!serial::WriteFile(portHandle, buffer + sent, budget - sent, &done)) {
             ClearErrorOf(portHandle);
             break;
         }
-        if (done == 0)
+        if (done == 0 || platform::GetTickCount() - start >= SENT_MILLISECONDS)
             break;
     }
     return done >= size ? 1 : 0;

@@ -1,35 +1,45 @@
-/// A serial port that is polled: how much has arrived, read what is there, write what fits.
+/// A serial port that is polled: ask how much has arrived, read what is there, write what fits.
 #ifndef UTILITIES_SERIAL_CCOMM_H
 #define UTILITIES_SERIAL_CCOMM_H
 
 #include <cstdint>
 
 #include "utilities/frame/export.h"
-#include "utilities/platform/types.h"
+#include "utilities/frame/serialsettings.h"
 
-/// Names the device behind port `port`, from the next `Open` of that port on. Port n is
-/// /dev/ttyS*n* otherwise, and again where `path` is null. A path that names nothing, or no
-/// terminal, makes `Open` fail. From any thread.
+/// Names the device of port `port`, for every later `Open` of that port. Without a name, and again
+/// after a null `path`, port n is /dev/ttyS*n*. A path that doesn't exist or is not a terminal
+/// makes `Open` fail. Any thread can call it.
 UTILITIES_EXPORT void SetSerialDevice(int port, const char* path);
 
-/// One port, of which everything happens inside the caller's calls.
+/// One serial port. The class has no thread: everything happens inside the caller's calls.
 ///
-/// The line is transparent: each byte passes both ways as it is, once. While a port is open nobody
-/// else can open it by this class, in any process and with any rights, and other programs without
-/// root's rights can't either. It never becomes the process's controlling terminal, and programs
-/// that the process starts don't inherit it.
+/// The line is transparent: every byte passes unchanged in both directions. The system queues at
+/// most 2048 bytes for sending.
 ///
-/// At most 2048 bytes wait to be sent. A call for a closed port has the result named with it; one
-/// without a result has no effect. A device that vanishes leaves the port open, with nothing
-/// waiting, nothing sent and no setting taken.
+/// An open port is locked: no other `CComm` can open it, in any process and with any rights; other
+/// programs can't either, unless they have root's rights. It never becomes the controlling terminal
+/// of the process, and programs that the process starts don't inherit it.
 ///
-/// A copy shares the port of its source, and only one of them may close it; the others, on which it
-/// then fails as on a vanished device, think that it is open until they are closed too. An
-/// assignment drops what its target held, which stays open then. No lock is taken: objects that
-/// share a port serve one thread at a time, all others are independent.
+/// On a closed port a call returns what its comment says; a call without a result does nothing.
+/// When a device vanishes or the line hangs up, the port stays open until `Close`, but nothing is
+/// received or sent any more and no setting is taken: bytes that were not read yet are lost, and so
+/// are those that were queued but not sent, although `TxBuffer` has returned 1 for them.
+///
+/// A copy shares the port of its source, and only one of them may close it. Afterwards the others
+/// behave as on a vanished device until they are closed, too. An assignment doesn't close the port
+/// that its target had open. Objects that share a port must be used by one thread at a time; all
+/// others are independent of each other.
+///
+/// A thread that is killed or cancelled in a call leaves the port as the object shows it: another
+/// thread can go on using it or close it, also if the kill came in `Close`. In the child of a fork
+/// the object can be used, but as long as the process that opened the port lives, it belongs to
+/// that process: `Close` and the destructor, also at the child's exit, only give up the child's
+/// share and don't touch the lines, the queue or the lock. When the owner closes the port, it can
+/// be opened again at once, whether or not a child lives.
 class UTILITIES_EXPORT CComm {
 public:
-    /// Closed.
+    /// A closed port.
     CComm();
     CComm(const CComm& other);
     CComm& operator=(const CComm& other);
@@ -37,74 +47,80 @@ public:
     /// As `Close`.
     ~CComm();
 
-    /// Opens port `port`, counted from 0, and raises DTR and RTS; what had arrived before is
-    /// dropped. An open port is closed first. The rest is as for `SetPortA`, but when that refuses
-    /// the port is open all the same, with the line settings that the device has. False where there
-    /// is no such device or somebody has it open: closed then.
+    /// Opens port `port`, counted from 0, raises DTR and RTS and drops what was received before. An
+    /// open port is closed first. The other arguments are those of `SetPortA`; if they are refused,
+    /// the port is open nevertheless, with the line settings of the device. Returns true if the
+    /// port is open; false if the device doesn't exist, is not a terminal or is in use.
     bool Open(int port, long baud, char parity, int dataBits, int stopBits);
 
-    /// Drops DTR and RTS and closes. What the system has still to send goes out, for at most 2
-    /// seconds; then it is lost.
+    /// Drops DTR and RTS, waits up to 2 seconds until the queued bytes are sent, drops the rest and
+    /// closes.
     void Close();
 
+    /// Whether `Open` has succeeded and `Close` was not called since, also if the device vanished.
     bool IsPortOpen();
 
-    /// A value that stands for the open port; that of the last one after it was closed, and null
-    /// where there was none or it couldn't be opened.
+    /// Returns a value that identifies the open port; after `Close` still that of the last port,
+    /// null if there was none or the last `Open` failed. It is not a descriptor: it can't be given
+    /// to `poll`, `select` or any other call of the system.
     void* GetCommHandle();
 
-    /// Sets all line parameters at once, without waiting for what is still to be sent. False on a
-    /// closed port, for a value that is refused, and where the device doesn't take the settings.
+    /// Sets all line parameters, without waiting for queued bytes to be sent. Returns true if the
+    /// device took them; false for a value that is refused, on a closed port, and if the device
+    /// doesn't take them.
     ///
-    /// `baud`: up to 57600 any rate that the device can do, to 2 %; 128000 stands for 130816 and
-    /// 256000 for 261888; all others are refused. `parity`: N, O, E, M or S for none, odd, even,
-    /// mark and space, of either case. `dataBits`: 5 to 8, of which only the low byte counts.
-    /// `stopBits`: 1 or 2.
+    /// `baud`: any rate up to 57600 that the device can do, to 2 %; 128000 sets 130816 and 256000
+    /// sets 261888; all others, 115200 too, are refused. `parity`: N, O, E, M or S, in upper or
+    /// lower case, for none, odd, even, mark and space; others are refused. `dataBits`: 5 to 8, of
+    /// which the low byte counts. `stopBits`: 1 or 2; others are refused.
     ///
-    /// What comes before a refused parity or number of stop bits in the order of the arguments,
-    /// with `dataBits` before `parity`, is kept and applied by the next setter that succeeds.
+    /// When `parity` or `stopBits` is refused, the arguments before it, with `dataBits` before
+    /// `parity`, are stored, and the next setter that succeeds applies them.
     bool SetPortA(long baud, char parity, int dataBits, int stopBits);
 
-    /// Set one of them, once all is sent. They ask for that without a pause, and give up after 2
-    /// seconds: false, as for a closed port, a value that is refused and settings that aren't
-    /// taken.
+    /// Set one parameter after all queued bytes are sent. Return as `SetPortA`, and false also if
+    /// they are not sent within 2 seconds.
     bool SetBaud(long baud);
     bool SetParity(char parity);
 
-    /// Reads what is waiting, up to `length` bytes, and gives their number; 0 on a closed port and
-    /// for a `length` below 1. `buffer` must have room for them. `flag` isn't touched.
+    /// Reads received bytes without waiting for more, at most `length`, into `buffer`. Returns
+    /// their number; 0 for a `length` below 1 and on a closed port. `flag` is not used.
     unsigned long RxBuffer(unsigned char* buffer, int length, bool* flag);
 
-    /// Sends of the `length` bytes at `buffer` as many as 2048 less those that are still to be
-    /// sent. 1 where all of them went out in one piece, which takes the system at most 20 ms; else
-    /// 0, and how many it were shows in `TxSize`. It goes on piece by piece until one is empty, as
-    /// on a line that is held, or fails. A `length` below 1 gives 1, also on a closed port; else
-    /// that gives 0. `flag` has no effect.
+    /// Queues bytes for sending. At most 2048 bytes may be queued; what doesn't fit is not taken.
+    /// Returns 1 if all `length` bytes were taken, or if `length` is below 1; 0 otherwise: queue
+    /// full, line held, error, port closed. `TxSize` tells how many are queued.
+    ///
+    /// Each write waits up to 20 ms for a slow or held line, and the first one that takes nothing
+    /// is the last. The result is 1 only if one write took all of them. `flag` has no effect.
     unsigned long TxBuffer(unsigned char* buffer, int length, bool flag);
 
-    /// The bytes that wait to be read and to be sent; 0 on a closed port.
+    /// The number of received bytes that wait to be read, and of bytes queued for sending, without
+    /// those in the device's own buffers; 0 on a closed port.
     long RxSize();
     long TxSize();
 
-    /// Drop them.
+    /// Drop the received bytes, and the queued ones.
     void ClearRXBuffer();
     void ClearTXBuffer();
 
+    /// Raise or drop DTR and RTS.
     void SetDtr(bool on);
     void SetRts(bool on);
 
-    /// Carrier detect and clear to send; false where the device has no such lines.
+    /// The states of carrier detect and clear to send; false if the device has no such lines.
     bool GetCd();
     bool GetCTS();
 
-    /// Hardware handshake by RTS and CTS. Without it, as after `Open`, RTS is raised and CTS
-    /// ignored.
+    /// Turns hardware handshake by RTS and CTS on or off; it is off after `Open`. Off, CTS is
+    /// ignored, and RTS is raised if the handshake was on. RTS that `SetRts(false)` has dropped
+    /// stays so when the handshake was off before.
     void UseRtsCts(bool on);
 
     /// No effect: a port sends and receives at any time.
     void SetDirection(unsigned char direction);
 
-    /// False, always.
+    /// Always false.
     bool GetOverrunError();
 
 private:

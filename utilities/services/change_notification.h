@@ -1,37 +1,37 @@
-/// Observers: the base class of objects that want to be told of a change.
+/// Observers: the base class of objects that are notified of changes.
 #ifndef UTILITIES_SERVICES_CHANGE_NOTIFICATION_H
 #define UTILITIES_SERVICES_CHANGE_NOTIFICATION_H
 
 #include "utilities/frame/export.h"
 
-/// What a sender tells of a change. The library only passes pointers to them on; their contents are
-/// the senders' and receivers' own.
+/// What a sender tells of a change. The library only declares these classes and passes pointers to
+/// them; senders and receivers define them.
 class ChangeInfo1;
 class ChangeInfo2;
 
-/// A receiver derives from this and overrides `OnChange`. The library brings no sender: nothing in
-/// it calls these operations. The defaults touch nothing, so they can be called from any thread.
+/// A receiver derives from this class and overrides `OnChange`. The library contains no sender: it
+/// never calls these operations itself. The defaults use no data, so any thread can call them.
 class UTILITIES_EXPORT ChangeReceiver {
 public:
     ChangeReceiver();
 
-    /// A receiver has nothing that could be copied.
+    /// The class has no data: a copy takes over nothing, and an assignment changes nothing.
     ChangeReceiver(const ChangeReceiver& other);
     ChangeReceiver& operator=(const ChangeReceiver& other);
 
-    /// Told of a change. The default does nothing; the argument may be null to it.
+    /// Called after a change. The default does nothing and accepts null.
     virtual void OnChange(ChangeInfo1* info);
     virtual void OnChange(ChangeInfo2* info);
 
     virtual ~ChangeReceiver();
 
-    /// Always true, in any order and number: there is nothing behind them. A receiver that must not
-    /// be called from two threads at a time overrides both.
+    /// The defaults return true and lock nothing, so they can be called in any order and number. A
+    /// receiver that only one thread at a time may call overrides both.
     virtual bool lock() const;
     virtual bool unlock() const;
 
 protected:
-    /// What assignment does: nothing.
+    /// Called by the assignment. Does nothing.
     void assign(const ChangeReceiver& other);
 };
 

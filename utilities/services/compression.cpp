@@ -1,67 +1,92 @@
+#include "utilities/services/compression.h"
+
 #include <string>
 
 #include "utilities/frame/assert_internal.h"
+#include "utilities/platform/canceldeferral.h"
 #include "utilities/platform/descriptors.h"
 #include "utilities/platform/directories.h"
 #include "utilities/platform/files.h"
+#include "utilities/platform/outputfile.h"
 #include "utilities/platform/process.h"
-#include "utilities/services/utilityfunctions.h"
+#include "utilities/platform/stopdeferral.h"
+#include "utilities/services/filefunctions.h"
 
 namespace {
 
-constexpr char ASSERT_MODULE[] = ".\\utilityfunctions";
+constexpr char ASSERT_MODULE[] = ".\\utilityfunctions";  // The module's name, not the file's.
 
 constexpr char EXTENSION[] = ".gz";
 constexpr std::uint32_t LIMIT_MILLISECONDS = 30000;
 
-/// The file that a program writes. Unless it is kept, it goes with the object.
+/// A file for a program's output, locked as long as the object lives. The destructor deletes it
+/// unless `Keep` was called.
 class OutputFile {
 public:
-    explicit OutputFile(const char* pathOfFile)
-        : path(pathOfFile), descriptor(platform::CreateOutputFile(pathOfFile)) {}
+    explicit OutputFile(const char* path)
+        : m_Path(path), m_Descriptor(platform::CreateOutputFile(path)) {}
     ~OutputFile() {
-        if (descriptor == -1)
+        if (m_Descriptor == -1)
             return;
-        // While it is still held: a moment later it could be what another call is writing.
-        if (!isKept)
-            platform::DeleteFileA(path);
-        platform::_close(descriptor);
+        // Deleted before the lock ends: afterwards it could be the file of another call.
+        if (!m_IsKept)
+            platform::DeleteFileA(m_Path);
+        platform::CloseUnchecked(m_Descriptor);
     }
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    int Get() const { return descriptor; }
-    void Keep() { isKept = true; }
+    /// -1 if the file couldn't be opened.
+    int Descriptor() const { return m_Descriptor; }
+    void Keep() { m_IsKept = true; }
 
 private:
-    const char* const path;
-    const int descriptor;
-    bool isKept = false;
+    const char* const m_Path;
+    const int m_Descriptor;
+    bool m_IsKept = false;
 };
 
-/// Runs the command with its standard output in the open file. False where it can't be started or
-/// doesn't end in time.
-bool RunWithOutput(char* commandLine, int output) {
-    platform::Process process;
-    if (!platform::CreateProcessA(commandLine, output, process))
-        return false;
-    const bool hasEnded =
-        platform::WaitForSingleObject(process, LIMIT_MILLISECONDS) == platform::WAIT_OBJECT_0;
-    if (!hasEnded)
-        platform::TerminateProcess(process);
-    platform::CloseHandle(process);
-    return hasEnded;
-}
+/// A program at work. The destructor kills it if it hasn't ended.
+class RunningProgram {
+public:
+    RunningProgram(char* commandLine, int output)
+        : m_IsStarted(platform::CreateProcessA(commandLine, output, m_Process)) {}
+    ~RunningProgram() {
+        if (m_IsStarted && !m_HasEnded)
+            platform::TerminateProcess(m_Process);
+        platform::CloseHandle(m_Process);
+    }
+    RunningProgram(const RunningProgram&) = delete;
+    RunningProgram& operator=(const RunningProgram&) = delete;
 
+    /// False if it couldn't be started, runs for too long, or the calling thread must end.
+    bool Ends() {
+        m_HasEnded = m_IsStarted && platform::WaitForSingleObject(m_Process, LIMIT_MILLISECONDS) ==
+                                        platform::WAIT_OBJECT_0;
+        return m_HasEnded;
+    }
+
+private:
+    platform::Process m_Process;
+    const bool m_IsStarted;
+    bool m_HasEnded = false;
+};
+
+/// Runs the command with its standard output in the file, which doesn't exist after a failure.
+///
+/// A thread that is killed or cancelled in here takes the program and the file along: it ends in
+/// the wait for the program, and leaves by the destructors, or with the last deferral.
 bool runToFile(char* commandLine, const char* outputFile) {
+    const platform::CancelDeferral noCancel;
+    const platform::StopDeferral noStop;
     OutputFile output(outputFile);
-    if (output.Get() == -1 || !RunWithOutput(commandLine, output.Get()))
+    if (output.Descriptor() == -1 || !RunningProgram(commandLine, output.Descriptor()).Ends())
         return false;
     output.Keep();
     return true;
 }
 
-/// True also for two names of one file.
+/// Whether both paths name one existing file, also through links.
 bool IsSameFile(const char* path, const char* other) {
     struct _stat status;
     struct _stat otherStatus;
@@ -69,6 +94,7 @@ bool IsSameFile(const char* path, const char* other) {
            status.st_dev == otherStatus.st_dev && status.st_ino == otherStatus.st_ino;
 }
 
+/// The common part of both directions. The names of its variables stand in the reports.
 bool gzipFile(const char* source, const char* destination, bool decompress, bool force) {
     std::string pathRead(source);
     std::string pathWritten(destination);
@@ -79,7 +105,7 @@ bool gzipFile(const char* source, const char* destination, bool decompress, bool
 
     std::string command(decompress ? "gzip -df" : "gzip -f");
     command.append("c ").append(pathRead);
-    // Emptying the result first would empty the source.
+    // A file onto itself would be emptied before the program reads it.
     const bool retval = !IsSameFile(pathRead.c_str(), pszDestPathWithExt) &&
                         runToFile(command.data(), pszDestPathWithExt);
     ASSERT(retval);

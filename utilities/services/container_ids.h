@@ -4,20 +4,21 @@
 ///
 ///     for (E_CONTAINERINFO_ID id = first; id <= getLastCntrInfoID(container); ++id) ...
 ///
-/// Any number can stand in both enumerations. Nothing here keeps a state.
+/// Both enumerations can hold any 32-bit number. The functions keep no state; any thread can call
+/// them.
 #ifndef UTILITIES_SERVICES_CONTAINER_IDS_H
 #define UTILITIES_SERVICES_CONTAINER_IDS_H
 
 #include "utilities/frame/export.h"
 
-/// The containers that have a run of their own; every other number stands for the basic one.
+/// The containers. Every number without an enumerator stands for the basic container.
 enum E_CONTAINERID : int {
     CONTAINER_BASIC = 0,
     CONTAINER_10 = 10,
     CONTAINER_20 = 20,
 };
 
-/// Where the runs begin and end.
+/// The first and the last information id of each container's run.
 enum E_CONTAINERINFO_ID : int {
     CONTAINERINFO_BASIC_FIRST = 0,
     CONTAINERINFO_BASIC_LAST = 5,
@@ -27,11 +28,13 @@ enum E_CONTAINERINFO_ID : int {
     CONTAINERINFO_20_LAST = 23,
 };
 
-/// Moves `id` on and gives it: from the end of one run to the start of the next, from any other
-/// number to that plus 1, beyond the last run too. The largest number is followed by the smallest.
+/// Advances `id` and returns it: from 5 to 10 and from 14 to 20, the ends of runs, and by 1 from
+/// any other number, also inside a gap and beyond the last run. The largest number wraps to the
+/// smallest.
 UTILITIES_EXPORT E_CONTAINERINFO_ID& operator++(E_CONTAINERINFO_ID& id);
 
-/// The last id of the container's run.
+/// The last information id of the container's run: 14 for container 10, 23 for container 20, 5 for
+/// any other number.
 UTILITIES_EXPORT E_CONTAINERINFO_ID getLastCntrInfoID(const E_CONTAINERID& container);
 
 #endif

@@ -1,16 +1,17 @@
+#include "utilities/services/filefunctions.h"
+
 #include <string>
 
 #include "utilities/frame/assert_internal.h"
 #include "utilities/platform/descriptors.h"
 #include "utilities/platform/directories.h"
 #include "utilities/platform/files.h"
-#include "utilities/services/utilityfunctions.h"
 
 namespace {
 
-constexpr char ASSERT_MODULE[] = ".\\utilityfunctions";
+constexpr char ASSERT_MODULE[] = ".\\utilityfunctions";  // The module's name, not the file's.
 
-constexpr std::pair<int, int> NO_IDS{-1, -1};
+constexpr std::pair<int, int> UNKNOWN_IDS{-1, -1};
 
 std::string WithoutLastSeparator(const char* path) {
     std::string trimmed(path);
@@ -19,27 +20,28 @@ std::string WithoutLastSeparator(const char* path) {
     return trimmed;
 }
 
-bool MakeEmpty(const char* path) {
+bool CreateEmpty(const char* path) {
     const int file = platform::_open(path, platform::_O_CREAT | platform::_O_TRUNC,
                                      platform::_S_IREAD | platform::_S_IWRITE);
     if (file == -1)
         return false;
-    platform::_close(file);
+    platform::CloseUnchecked(file);
     return true;
 }
 
 }  // namespace
 
-bool CREAT(const char* path, unsigned short, int, int) { return MakeEmpty(path); }
+bool CREAT(const char* path, unsigned short, int, int) { return CreateEmpty(path); }
 
-bool CREAT(const char* path, unsigned short, std::pair<int, int>) { return MakeEmpty(path); }
+bool CREAT(const char* path, unsigned short, std::pair<int, int>) { return CreateEmpty(path); }
 
-bool CREAT(const char* path, unsigned short, const char*) { return MakeEmpty(path); }
+bool CREAT(const char* path, unsigned short, const char*) { return CreateEmpty(path); }
 
 int MKDIR(const char* path, unsigned short, int, int) { return platform::_mkdir(path); }
 
 void CHMOD(const char*, const char*) {}
 
+// `info` is written also after a failure, as it is documented.
 bool IsFileExisting(const char* path, struct _stat* info) {
     struct _stat status {};
     const bool exists = platform::_stat(WithoutLastSeparator(path).c_str(), &status) == 0;
@@ -75,8 +77,8 @@ long getFileMtime(const char* path) {
 std::pair<int, int> getFileUidGid(const char* path) {
     struct _stat status;
     if (platform::_stat(path, &status) != 0)
-        return NO_IDS;
+        return UNKNOWN_IDS;
     return {static_cast<int>(status.st_uid), static_cast<int>(status.st_gid)};
 }
 
-std::pair<int, int> getUserUidGid(const char*) { return NO_IDS; }
+std::pair<int, int> getUserUidGid(const char*) { return UNKNOWN_IDS; }

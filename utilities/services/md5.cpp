@@ -12,11 +12,11 @@ namespace {
 constexpr char ASSERT_MODULE[] = ".\\md5";
 
 constexpr std::size_t BLOCK_SIZE = 64;
-constexpr std::size_t COUNT_OFFSET = 56;  // In the last block, which ends with the bit count.
+constexpr std::size_t COUNT_OFFSET = 56;  // The last 8 bytes of the last block are the bit count.
 
 constexpr std::uint32_t INITIAL_STATE[4] = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476};
 
-// The integer part of 2^32 * |sin(step + 1)|.
+// RFC 1321, 3.4: the integer part of 2^32 * |sin(step + 1)|, for the steps 0 to 63.
 constexpr std::uint32_t SINES[64] = {
     0xd76aa478, 0xe8c7b756, 0x242070db, 0xc1bdceee, 0xf57c0faf, 0x4787c62a, 0xa8304613, 0xfd469501,
     0x698098d8, 0x8b44f7af, 0xffff5bb1, 0x895cd7be, 0x6b901122, 0xfd987193, 0xa679438e, 0x49b40821,
@@ -27,6 +27,8 @@ constexpr std::uint32_t SINES[64] = {
     0xf4292244, 0x432aff97, 0xab9423a7, 0xfc93a039, 0x655b59c3, 0x8f0ccc92, 0xffeff47d, 0x85845dd1,
     0x6fa87e4f, 0xfe2ce6e0, 0xa3014314, 0x4e0811a1, 0xf7537e82, 0xbd3af235, 0x2ad7d2bb, 0xeb86d391};
 
+// A round has 16 steps. Step i takes word (firstWord + i * wordStride) modulo 16 of the block and
+// rotates by shifts[i % 4].
 struct Round {
     int shifts[4];
     unsigned int firstWord;
@@ -54,13 +56,13 @@ void StoreWord(unsigned char* bytes, std::uint32_t word) {
     std::memcpy(bytes, &word, sizeof word);
 }
 
-// What has been added to `sum` so far is added first: compilers would otherwise move constants to
-// the end of the sum, behind the operand that comes last.
+// Makes the compiler compute `sum` up to here. Otherwise it moves constants to the end of the sum,
+// after the operand that is available last, and the step takes longer.
 [[gnu::always_inline]] inline void Settle(std::uint32_t& sum) { asm("" : "+r"(sum)); }
 
-// One step. It waits for `b`, the result of the step before it, so that all that doesn't need `b`
-// is added beforehand: the word, the constant, and one half of the second round's function, whose
-// two halves have no bit in common and can be added instead of joined.
+// One step. `b` is the result of the step before and the last operand to be available. So all terms
+// without `b` are added first: the word, the constant, and in the second round one half of the
+// round's function (b & d) | (c & ~d), whose halves have no bit in common and can be added.
 template <std::size_t STEP>
 [[gnu::always_inline]] inline void Step(std::uint32_t& a, std::uint32_t b, std::uint32_t c,
                                         std::uint32_t d, const unsigned char* block) {
@@ -90,6 +92,7 @@ template <std::size_t FIRST>
     Step<FIRST + 3>(b, c, d, a, block);
 }
 
+// The 64 steps, unrolled, so that each has its word, constant and rotation at compile time.
 template <std::size_t... FOURS>
 [[gnu::always_inline]] inline void AllSteps(std::uint32_t& a, std::uint32_t& b, std::uint32_t& c,
                                             std::uint32_t& d, const unsigned char* block,
@@ -97,6 +100,7 @@ template <std::size_t... FOURS>
     (FourSteps<4 * FOURS>(a, b, c, d, block), ...);
 }
 
+// The RFC's transform of `number` blocks in a row.
 void Transform(std::uint32_t (&state)[4], const unsigned char* blocks, std::size_t number) {
     std::uint32_t a = state[0], b = state[1], c = state[2], d = state[3];
     for (; number > 0; --number, blocks += BLOCK_SIZE) {
@@ -139,6 +143,7 @@ void MD5::update(const unsigned char* input, unsigned int length) {
     if (length == 0)
         return;
     const std::size_t fill = count[0] / 8 % BLOCK_SIZE;
+    // The low 32 bits of 8 * length; the top 3 bits go to the high word with the carry.
     count[0] += length << 3;
     count[1] += (length >> 29) + (count[0] < length << 3 ? 1 : 0);
 
@@ -167,7 +172,7 @@ void MD5::finalize() {
         return;
     std::size_t fill = count[0] / 8 % BLOCK_SIZE;
     buffer[fill++] = 0x80;
-    if (fill > COUNT_OFFSET) {
+    if (fill > COUNT_OFFSET) {  // The bit count needs a block of its own.
         std::memset(buffer + fill, 0, BLOCK_SIZE - fill);
         Transform(state, buffer, 1);
         fill = 0;

@@ -7,45 +7,47 @@
 
 #include "utilities/frame/export.h"
 
-/// An object accumulates data until it is finalized; then its digest can be read any number of
-/// times, and there is no way back: a new digest takes a new object.
+/// One digest. The object accumulates data until `finalize`; afterwards its digest can be read any
+/// number of times. It can't be reset: a new digest takes a new object.
 ///
 /// A call in the wrong state is reported on the standard error stream and has no other effect.
-/// Lengths count bytes, and a NUL is data. An input pointer may be null only where its length is 0.
-/// No lock is taken and nothing is shared between objects; one object must not be used by two
-/// threads at a time. MD5 tells whether data changed by accident; it is no protection against
-/// somebody who changes it on purpose.
+/// Lengths are in bytes, and a NUL is data. An input pointer may be null only if its length is 0.
+/// Objects are independent of each other; only one thread at a time may use one. MD5 shows whether
+/// data changed by accident; it doesn't protect against somebody who changes it on purpose.
 class UTILITIES_EXPORT MD5 {
 public:
-    /// Accumulating, nothing taken in yet.
+    /// Starts accumulating, without data.
     MD5();
 
-    /// Finalized: the digest of `length` bytes at `input`.
+    /// Finalized at once: the digest of `length` bytes at `input`.
     MD5(const unsigned char* input, unsigned int length);
     MD5(const char* input, unsigned int length);
 
-    /// Copies continue on their own from the state of the source.
+    /// A copy continues from the state of its source, independently.
     MD5(const MD5& other);
     MD5& operator=(const MD5& other);
     ~MD5();  // NOLINT(performance-trivially-destructible): a symbol of the library.
 
-    /// Takes in `length` bytes at `input`. On a finalized object: reported, the data is ignored.
+    /// Adds `length` bytes at `input` to the data. On a finalized object the call is reported and
+    /// the data ignored.
     void update(const unsigned char* input, unsigned int length);
     void update(const char* input, unsigned int length);
 
-    /// Ends the input and computes the digest. On a finalized object: no effect, no report.
+    /// Ends the data and computes the digest. On a finalized object: no effect, no report.
     void finalize();
 
-    /// Copies the 16 bytes of the digest to `output`. Before `finalize`: reported, nothing written.
+    /// Copies the 16 bytes of the digest to `output`. Before `finalize` the call is reported and
+    /// nothing is written.
     void raw_digest(unsigned char* output);
 
-    /// The digest as 32 lower-case hexadecimal digits. Before `finalize`: reported, empty.
+    /// Returns the digest as 32 lower-case hexadecimal digits. Before `finalize` the call is
+    /// reported and the text is empty.
     std::basic_string<char> hex_digest();
 
 private:
     std::uint32_t state[4];
     std::uint32_t count[2];    ///< Input bits modulo 2^64, low word first.
-    unsigned char buffer[64];  ///< The bytes of the block that is not complete yet.
+    unsigned char buffer[64];  ///< The bytes of the block that is not yet complete.
     unsigned char digest[16];
     bool finalized;
 };

@@ -4,15 +4,16 @@
 
 #include "utilities/frame/export.h"
 
-/// Pauses the calling thread for at least `milliseconds`; no signal ends it early. 0 only gives up
-/// the rest of the time slice, 0xFFFFFFFF never ends.
+/// Pauses the calling thread for at least `milliseconds`; no signal ends the pause early. 0 only
+/// gives up the rest of the thread's time slice, 0xFFFFFFFF pauses for ever.
 UTILITIES_EXPORT void BqSleep(unsigned int milliseconds);
 
-/// Milliseconds of the monotonic clock. Wraps to 0 after 2^32 of them, about 49.7 days.
+/// The count of milliseconds of the system's monotonic clock. It wraps to 0 after 2^32 of them,
+/// about 49.7 days.
 UTILITIES_EXPORT unsigned int GetSystemTickCount();
 
-/// The ticks from `older` to `newer`, right also where the counter wrapped once in between. Where
-/// `newer` really is older the result is huge, never negative.
+/// The ticks from `older` to `newer`, two counts of `GetSystemTickCount`. Right also where the
+/// count wrapped once in between. If `newer` was counted before `older`, the result is huge.
 UTILITIES_EXPORT unsigned int CalculateTicksDifference(unsigned int newer, unsigned int older);
 
 #endif

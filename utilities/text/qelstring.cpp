@@ -4,22 +4,23 @@
 #include <cstdarg>
 #include <memory>
 
-#include "utilities/platform/print.h"
 #include "utilities/platform/widetext.h"
+#include "utilities/runtime/print.h"
 
 using NarrowBase = std::basic_string<char>;
 using WideBase = std::basic_string<WideChar>;
 
 namespace {
 
-/// What the two widths don't share: the layer's operations on their characters.
+/// What differs between the two widths: the platform's and the run-time's operations on their
+/// characters.
 template <class Char>
 struct Width;
 
 template <>
 struct Width<char> {
     using Other = WideChar;
-    static constexpr auto Print = platform::_vsnprintf;
+    static constexpr auto Print = runtime::_vsnprintf;
     static constexpr auto IsSpace = platform::isspace;
     static constexpr auto Upper = platform::toupper;
     static constexpr auto Lower = platform::tolower;
@@ -32,7 +33,7 @@ struct Width<char> {
 template <>
 struct Width<WideChar> {
     using Other = char;
-    static constexpr auto Print = platform::_vsnwprintf;
+    static constexpr auto Print = runtime::_vsnwprintf;
     static constexpr auto IsSpace = platform::iswspace;
     static constexpr auto Upper = platform::towupper;
     static constexpr auto Lower = platform::towlower;
@@ -47,10 +48,10 @@ using Text = std::basic_string<Char>;
 template <class Char>
 using OtherText = std::basic_string<typename Width<Char>::Other>;
 
-/// The one step that crosses: replaces `out` by the conversion of `source`, by nothing where it
-/// fails.
+/// The one step that converts between the widths: replaces `out` by the conversion of `source`, or
+/// by the empty text where that fails.
 template <class Char>
-void Cross(Text<Char>& out, const OtherText<Char>& source) {
+void ConvertInto(Text<Char>& out, const OtherText<Char>& source) {
     constexpr std::size_t ON_STACK = 512;
     const std::size_t capacity = Width<Char>::Capacity(source);
     Char local[ON_STACK];
@@ -86,7 +87,9 @@ bool AllPass(const Text<Char>& text, Test accepts) {
     return *c == 0;
 }
 
-/// A byte for each unit up to the first NUL: its low one where it passes `accepts`, else '?'.
+/// A byte for each unit up to the first NUL: the unit's low byte where it passes `accepts`,
+/// otherwise
+/// '?'.
 template <class Test>
 bool ToSubset(NarrowBase& out, const WideBase& text, Test accepts) {
     NarrowBase result(WideBase::traits_type::length(text.c_str()), '?');
@@ -130,12 +133,12 @@ bool Print(Text<Char>& text, const Char* format, std::va_list arguments) {
 String::String() = default;
 String::String(const char* text) : NarrowBase(text) {}
 String::String(const NarrowBase& text) : NarrowBase(text) {}
-String::String(const WideBase& text) { Cross<char>(*this, text); }
+String::String(const WideBase& text) { ConvertInto<char>(*this, text); }
 String::String(const String& other) = default;
 String::~String() = default;
 String& String::operator=(const String& other) = default;
 
-void String::Assign(const WideBase& text) { Cross<char>(*this, text); }
+void String::Assign(const WideBase& text) { ConvertInto<char>(*this, text); }
 void String::Append(const WideBase& text) { append(String(text)); }
 void String::Insert(unsigned int pos, const WideBase& text) { insert(pos, String(text)); }
 void String::Replace(unsigned int pos, unsigned int count, const WideBase& text) {
@@ -162,7 +165,7 @@ int String::Find_last_not_of(const WideBase& text, unsigned int pos) const {
     return static_cast<int>(find_last_not_of(String(text), pos));
 }
 
-void String::ToWideString(WideBase& out) const { Cross<WideChar>(out, *this); }
+void String::ToWideString(WideBase& out) const { ConvertInto<WideChar>(out, *this); }
 bool String::IsASCII() const { return AllPass<char>(*this, IsASCIIValue<char>); }
 bool String::IsLatin1() const { return AllPass<char>(*this, IsLatin1Value<char>); }
 
@@ -187,13 +190,13 @@ bool String::LoadStringA(unsigned int) {
 WString::WString() = default;
 WString::WString(const WideChar* text) : WideBase(text) {}
 WString::WString(const WideBase& text) : WideBase(text) {}
-WString::WString(const NarrowBase& text) { Cross<WideChar>(*this, text); }
-WString::WString(const char* text) { Cross<WideChar>(*this, NarrowBase(text)); }
+WString::WString(const NarrowBase& text) { ConvertInto<WideChar>(*this, text); }
+WString::WString(const char* text) { ConvertInto<WideChar>(*this, NarrowBase(text)); }
 WString::WString(const WString& other) = default;
 WString::~WString() = default;
 WString& WString::operator=(const WString& other) = default;
 
-void WString::Assign(const NarrowBase& text) { Cross<WideChar>(*this, text); }
+void WString::Assign(const NarrowBase& text) { ConvertInto<WideChar>(*this, text); }
 void WString::Append(const NarrowBase& text) { append(WString(text)); }
 void WString::Insert(unsigned int pos, const NarrowBase& text) { insert(pos, WString(text)); }
 void WString::Replace(unsigned int pos, unsigned int count, const NarrowBase& text) {
@@ -220,7 +223,7 @@ int WString::Find_last_not_of(const NarrowBase& text, unsigned int pos) const {
     return static_cast<int>(find_last_not_of(WString(text), pos));
 }
 
-void WString::ToNarrowString(NarrowBase& out) const { Cross<char>(out, *this); }
+void WString::ToNarrowString(NarrowBase& out) const { ConvertInto<char>(out, *this); }
 bool WString::ToASCIIString(NarrowBase& out) const {
     return ToSubset(out, *this, IsASCIIValue<WideChar>);
 }

@@ -41,6 +41,7 @@ public:
 
 private:
     friend class SystemThread;
+    friend struct ThreadListAfterFork;
 
     UTILITIES_LOCAL ThreadList();
     UTILITIES_LOCAL ~ThreadList();

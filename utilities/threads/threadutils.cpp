@@ -7,6 +7,12 @@
 
 #include "utilities/frame/assert_internal.h"
 #include "utilities/locks/registry_internal.h"
+#include "utilities/platform/currentthread.h"
+#include "utilities/platform/fork.h"
+#include "utilities/platform/standardstreams.h"
+#include "utilities/platform/stopdeferral.h"
+#include "utilities/platform/threadcontrol.h"
+#include "utilities/platform/threadpriority.h"
 #include "utilities/platform/threads.h"
 #include "utilities/platform/waitable.h"
 #include "utilities/threads/lock_internal.h"
@@ -20,9 +26,41 @@ constexpr char ASSERT_MODULE[] = ".\\threadutils";
 // for a few steps, and by nobody who waits for a thread.
 constinit StaticLock fieldsLock;
 
+// The object that the calling thread runs under, null for a thread that was started otherwise.
+constinit thread_local SystemThread* running __attribute__((tls_model("initial-exec"))) = nullptr;
+
+// A stream that is held for longer is not written on: its holder may be blocked for ever.
+constexpr std::uint32_t STREAM_PATIENCE = 500;  // Milliseconds.
+
+void PrintOutcome(const char* text) {
+    if (const platform::ScopedStream output(stdout, STREAM_PATIENCE); output.IsHeld())
+        std::fputs(text, stdout);
+}
+
 bool IsOver(platform::Handle thread) {
     return platform::WaitForSingleObject(thread, 0) == platform::WAIT_OBJECT_0;
 }
+
+}  // namespace
+
+/// In the child of a fork the thread that forked has a new id.
+struct SystemThreadAfterFork {
+    static void Follow(SystemThread& thread) {
+        thread.m_ProcessId = platform::GetCurrentThreadId();
+        if (thread.m_ThreadId != 0)
+            thread.m_ThreadId = platform::GetCurrentThreadId();
+    }
+};
+
+namespace {
+
+const platform::AtFork fieldsAtFork(
+    platform::ForkOrder::LOCKS, [] { fieldsLock.Take(); }, [] { fieldsLock.Release(); },
+    [] {
+        if (running != nullptr)
+            SystemThreadAfterFork::Follow(*running);
+        fieldsLock.Release();
+    });
 
 }  // namespace
 
@@ -40,7 +78,7 @@ bool SystemThread::Create(bool suspended, int) {
     void* const last = getHandle();
     if (last != nullptr && !IsOver(last))
         return false;
-    const platform::HoldOff untilItRuns;
+    const platform::StopDeferral untilItRuns;
     void* const handle = Start(last);
     if (handle != nullptr && !suspended)
         platform::ResumeThread(handle);
@@ -49,7 +87,7 @@ bool SystemThread::Create(bool suspended, int) {
 
 // In the place of `last`, a thread that is over, or null. Null where another one came first.
 void* SystemThread::Start(void* last) {
-    const HeldOffLock lock(fieldsLock);
+    const ScopedStaticLock lock(fieldsLock);
     if (last != nullptr && getHandle() == last)
         EndRun(m_KillExitCode);
     if (getHandle() != nullptr)
@@ -83,10 +121,11 @@ unsigned int SystemThread::ThreadExecute(void* self) {
     auto* const thread = static_cast<SystemThread*>(self);
     thread->Enter();
     const unsigned int exitCode = thread->ThreadEntryPoint();
+    running = nullptr;
     {
-        const platform::HoldOff untilAllIsFinal;
+        const platform::StopDeferral untilAllIsFinal;
         ThreadList::getInstance()->removeThread(thread->m_ProcessId);
-        const HeldOffLock lock(fieldsLock);
+        const ScopedStaticLock lock(fieldsLock);
         thread->m_ProcessId = 0;
         thread->EndRun(exitCode);
     }
@@ -94,10 +133,11 @@ unsigned int SystemThread::ThreadExecute(void* self) {
 }
 
 void SystemThread::Enter() {
-    const platform::HoldOff untilListed;
+    const platform::StopDeferral untilListed;
     ThreadInfo info;
     {
-        const HeldOffLock lock(fieldsLock);
+        const ScopedStaticLock lock(fieldsLock);
+        running = this;
         m_ProcessId = platform::GetCurrentThreadId();
         info = ThreadInfo(m_ProcessId, m_ThreadName);
         platform::SetCurrentThreadName(m_ThreadName.c_str());
@@ -111,7 +151,7 @@ unsigned int SystemThread::ThreadEntryPoint() {
 
 void SystemThread::EndThread(unsigned int exitCode) {
     {
-        const HeldOffLock lock(fieldsLock);
+        const ScopedStaticLock lock(fieldsLock);
         EndRun(exitCode);
     }
     platform::_endthreadex(exitCode);
@@ -120,21 +160,25 @@ void SystemThread::EndThread(unsigned int exitCode) {
 bool SystemThread::Terminate(unsigned int exitCode) {
     PrintTermination();
     if (m_ThreadId == platform::GetCurrentThreadId()) {
-        std::printf(" -> success!\n");
+        PrintOutcome(" -> success!\n");
         EndThread(exitCode);
     }
     if (!Kill(exitCode)) {
-        ASSERT(false);
-        std::printf(" -> failed!\n");
+        if (const platform::ScopedStream errors(stderr, STREAM_PATIENCE); errors.IsHeld())
+            ASSERT(false);
+        PrintOutcome(" -> failed!\n");
         return false;
     }
-    std::printf(" -> success!\n");
+    PrintOutcome(" -> success!\n");
     return true;
 }
 
 // A long name goes in pieces: to copy it whole takes memory, for the lack of which a destructor
 // must not fail, and the lock can't be held while a stream may block.
 void SystemThread::PrintTermination() const {
+    const platform::ScopedStream output(stdout, STREAM_PATIENCE);
+    if (!output.IsHeld())
+        return;
     char piece[256];
     std::size_t size = 0;
     for (std::size_t start = 0; (size = CopyName(start, piece, sizeof piece)) == sizeof piece;
@@ -145,7 +189,7 @@ void SystemThread::PrintTermination() const {
 }
 
 std::size_t SystemThread::CopyName(std::size_t start, char* piece, std::size_t size) const {
-    const HeldOffLock lock(fieldsLock);
+    const ScopedStaticLock lock(fieldsLock);
     const std::string_view name = m_ThreadName.c_str();
     return name.copy(piece, size, std::min(start, name.size()));
 }
@@ -165,7 +209,7 @@ bool SystemThread::Kill(unsigned int exitCode) {
 
 // Null where there is no thread: then the exit code is all that there is to change.
 void* SystemThread::AnnounceKill(unsigned int exitCode, unsigned int& id) {
-    const HeldOffLock lock(fieldsLock);
+    const ScopedStaticLock lock(fieldsLock);
     void* const handle = getHandle();
     id = m_ThreadId;
     if (handle == nullptr)
@@ -176,7 +220,7 @@ void* SystemThread::AnnounceKill(unsigned int exitCode, unsigned int& id) {
 }
 
 void SystemThread::FinishKill(void* handle, unsigned int exitCode) {
-    const HeldOffLock lock(fieldsLock);
+    const ScopedStaticLock lock(fieldsLock);
     if (getHandle() == handle)
         EndRun(exitCode);
     else if (getHandle() == nullptr)
@@ -202,7 +246,7 @@ bool SystemThread::WaitForThreadExit(unsigned int timeout) {
     const std::uint32_t result = platform::WaitForSingleObject(handle, timeout);
     if (result == platform::WAIT_TIMEOUT)
         return false;
-    const HeldOffLock lock(fieldsLock);
+    const ScopedStaticLock lock(fieldsLock);
     if (getHandle() == handle && result == platform::WAIT_OBJECT_0)
         EndRun(m_KillExitCode);
     return true;
@@ -237,11 +281,11 @@ unsigned int SystemThread::getThreadId() const { return m_ThreadId; }
 unsigned int SystemThread::getExitCode() const { return m_ExitCode; }
 
 std::string SystemThread::getThreadName() const {
-    const HeldOffLock lock(fieldsLock);
+    const ScopedStaticLock lock(fieldsLock);
     return m_ThreadName;
 }
 
 void SystemThread::setThreadName(std::string name) {
-    const HeldOffLock lock(fieldsLock);
+    const ScopedStaticLock lock(fieldsLock);
     m_ThreadName.swap(name);
 }

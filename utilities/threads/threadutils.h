@@ -8,7 +8,7 @@
 #include <string>
 
 #include "utilities/frame/export.h"
-#include "utilities/locks/relaxed.h"
+#include "utilities/frame/relaxed.h"
 
 /// A thread with a start function, or a base class whose `ThreadEntryPoint` a derived class
 /// replaces. The object is the thread's handle for the rest of the program, and can run one thread
@@ -26,17 +26,20 @@
 /// The object must outlive its thread, which its destructor sees to by killing it; a derived class
 /// whose thread uses its members must have the thread end before its own destructor begins.
 ///
-/// A kill is the last resort; where it can be, a thread is asked to return. It ends the thread
-/// wherever it is, within a statement, a system call or a wait, and can leave behind
+/// A kill is the last resort; ask a thread to return where you can. It ends the thread between two
+/// instructions of the client's code, in a system call or in a wait, and can leave behind
 ///  - memory, descriptors and all else that the thread owned, as no destructor of its frames runs;
-///  - data half-changed, and in rare cases a lock of the C library taken for ever (of its heap, or
-///    of a stream);
+///  - data half-changed, and locks of the client's own taken for ever;
 ///  - a `MutexLock` that it held: the next `Lock` gets it and reports that;
 ///  - its entry in `ThreadList`.
-/// No lock of this library stays taken. A thread that blocks all signals can't be killed, and the
-/// main thread must not end by pthread_exit after a kill, as the process would then end without
-/// flushing its streams. A suspended thread may hold the lock of the heap or of a stream: who is to
-/// resume it must not need these.
+/// No lock of this library stays taken, and none of the C library: a thread inside that is not
+/// stopped there. The exception is one that has slept there for a second, as in a `std::getline` on
+/// a terminal: the lock of its input stream stays taken. So a thread that never leaves the C
+/// library otherwise, or blocks all signals, can't be killed or suspended, which fails after 5
+/// seconds. A real-time signal is claimed for this with the first thread. The main thread must not
+/// end by pthread_exit after a kill, as the process would then end without flushing its streams.
+///
+/// In the child of a fork threads of the parent have ended, as if they had been killed.
 class UTILITIES_EXPORT SystemThread {
 private:
     /// Runs on the new thread; its result is the exit code. It stands here as the first in the
@@ -72,7 +75,8 @@ public:
     /// True when there is no thread any more. False, after a report on the standard error stream
     /// and with nothing changed, where it lives on. Called by the thread itself it doesn't return.
     ///
-    /// Writes "NAME [ID]\t terminating...  -> success!" or " -> failed!" on the standard output.
+    /// Writes "NAME [ID]\t terminating...  -> success!" or " -> failed!" on the standard output. A
+    /// part is left out if a thread that is blocked in a print keeps that stream for half a second.
     bool Terminate(unsigned int exitCode);
 
     /// Adds one suspension; has taken effect on return. Gives the number of suspensions before, or
@@ -109,7 +113,8 @@ public:
 
     std::string getThreadName() const;
 
-    /// `ThreadList` shows the new name from the next `Create` on.
+    /// `ThreadList` shows the name that the object has when its thread begins to run: a new name is
+    /// seen from the next `Create` on, or from `Resume` for a thread that has not run yet.
     void setThreadName(std::string name);
 
 protected:
@@ -118,6 +123,8 @@ protected:
     void EndThread(unsigned int exitCode);
 
 private:
+    friend struct SystemThreadAfterFork;
+
     static unsigned int ThreadExecute(void* self);
 
     SystemThread(const SystemThread&);

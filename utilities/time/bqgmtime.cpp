@@ -4,12 +4,15 @@
 
 namespace {
 
-constexpr __int64 LAST = 4'294'967'295'000;
-constexpr unsigned __int64 A_SECOND = 1000;
-constexpr unsigned __int64 A_MINUTE = 60 * A_SECOND;
-constexpr unsigned __int64 AN_HOUR = 60 * A_MINUTE;
-constexpr __int64 A_DAY = 86'400'000;
+// Where sums stop: the milliseconds of the last second that 32 bits without a sign can count.
+constexpr __int64 LAST = 0xFFFFFFFFLL * A_SECOND;
 
+constexpr __int64 A_DAY = platform::MILLISECONDS_A_DAY;
+
+using Amount = unsigned __int64;
+
+/// What clocks show that are `*offset` milliseconds ahead of GMT, or the zone's own where `offset`
+/// is null; in milliseconds since they showed the start of 1970.
 __int64 ShownBy(const BqGMTime& instant, const int* offset) {
     if (!instant.isValid())
         return 0;
@@ -46,7 +49,15 @@ void BqGMTime::subMilliSeconds(const unsigned __int64& milliseconds) {
 
 void BqGMTime::addSeconds(const unsigned __int64& seconds) { addMilliSeconds(seconds * A_SECOND); }
 void BqGMTime::subSeconds(const unsigned __int64& seconds) { subMilliSeconds(seconds * A_SECOND); }
-void BqGMTime::addMinutes(unsigned int minutes) { addMilliSeconds(minutes * A_MINUTE); }
-void BqGMTime::subMinutes(unsigned int minutes) { subMilliSeconds(minutes * A_MINUTE); }
-void BqGMTime::addHours(unsigned int hours) { addMilliSeconds(hours * AN_HOUR); }
-void BqGMTime::subHours(unsigned int hours) { subMilliSeconds(hours * AN_HOUR); }
+void BqGMTime::addMinutes(unsigned int minutes) { addMilliSeconds(Amount{minutes} * A_MINUTE); }
+void BqGMTime::subMinutes(unsigned int minutes) { subMilliSeconds(Amount{minutes} * A_MINUTE); }
+void BqGMTime::addHours(unsigned int hours) { addMilliSeconds(Amount{hours} * AN_HOUR); }
+void BqGMTime::subHours(unsigned int hours) { subMilliSeconds(Amount{hours} * AN_HOUR); }
+
+std::ostream& operator<<(std::ostream& stream, const BqGMTime& instant) {
+    if (!instant.isValid())
+        return stream << "Invalid time";
+    const BqLocalDate date = instant.getLocalDate(nullptr);
+    const BqLocalTimeOfDay timeOfDay = instant.getLocalTimeOfDay(nullptr);
+    return stream << timeOfDay << " " << date;
+}

@@ -6,7 +6,8 @@
 
 #include "utilities/frame/assert_internal.h"
 #include "utilities/time/bqgmtime.h"
-#include "utilities/time/days_internal.h"
+#include "utilities/time/counts_internal.h"
+#include "utilities/time/output_internal.h"
 
 namespace {
 
@@ -16,7 +17,7 @@ constexpr int NO_DAY_OF_WEEK = 255;
 constexpr int FIRST_DAY_OF_1971 = 365;
 constexpr int LAST_DAY_OF_2037 = 24836;
 
-/// The one date of what can't be set.
+/// The one date for all that lie before 1971, or after 2037.
 struct {
     unsigned char day, month;
     unsigned short firstYear, lastYear;
@@ -50,7 +51,7 @@ void BqLocalDate::set(unsigned char day, unsigned char month, unsigned short yea
     record.tm_mday = isCollapsed ? COLLAPSED.day : day;
     record.tm_mon = (isCollapsed ? COLLAPSED.month : month) - 1;
     record.tm_year = std::clamp(year, COLLAPSED.firstYear, COLLAPSED.lastYear) - 1900;
-    m_DayNumber = BqGMTime::timegm(&record) / SECONDS_A_DAY;
+    m_DayNumber = BqGMTime::timegm(&record) / platform::SECONDS_A_DAY;
 }
 
 void BqLocalDate::get(unsigned short* year, unsigned char* month, unsigned char* day,
@@ -79,6 +80,10 @@ VY_DAY_OF_WEEK BqLocalDate::getDayOfWeek() const {
 
 bool BqLocalDate::IsMinDate() const { return m_DayNumber < FIRST_DAY_OF_1971; }
 bool BqLocalDate::IsMaxDate() const { return m_DayNumber > LAST_DAY_OF_2037; }
+
+std::ostream& operator<<(std::ostream& stream, const BqLocalDate& date) {
+    return PutFields(stream, SecondsOfDay(date.getDayNumber()), 'x');
+}
 
 BqDateRange::BqDateRange() : m_End(BqLocalDate::MAX_DATE) {}
 

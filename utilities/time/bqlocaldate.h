@@ -17,16 +17,23 @@ enum VY_DAY_OF_WEEK : int {
     VY_DAY_OF_WEEK_SATURDAY = 6,
 };
 
-/// The day's number in a week that starts with Monday, 0 to 6, and back. 255 is 255 in both. What
-/// is none of these is reported on the standard error stream ("ASSERT(...)") and gives 255.
+/// Returns the day's number in a week that starts with Monday: 0 to 6, and 255 for 255. Any other
+/// value is reported on the standard error stream ("ASSERT(...)") and returns 255.
 UTILITIES_EXPORT unsigned char VyDayOfWeekToN(const VY_DAY_OF_WEEK& VyDayOfWeek);
+
+/// The inverse of `VyDayOfWeekToN`, with the same results for 255 and for other numbers.
 UTILITIES_EXPORT VY_DAY_OF_WEEK NToVyDayOfWeek(unsigned char day);
 
-/// A date, as the number of days since 1970-01-01; it knows no zone. Dates from 1971 to 2037 can be
-/// set, what lies before or behind is one date each, `MIN_DATE` and `MAX_DATE`.
+/// A date, held as the number of days since 1970-01-01. It knows no zone. Dates from 1971 to 2037
+/// can be set; all earlier ones become `MIN_DATE`, all later ones `MAX_DATE`.
 ///
-/// A plain value without a lock: one object isn't for several threads at a time unless all only
-/// read. The operations that convert take the time classes' mutex.
+/// A plain value without a lock: several threads may use one object at a time only if all of them
+/// only read it.
+///
+/// Conversions to a year, month and day count a day's seconds in 32 bits. Day numbers from 0 to
+/// 24855 (2038-01-19) are right. Those from 24856 to 49710 and from -24855 to -1 fail: each
+/// conversion is reported on the standard error stream. Those beyond are not reported, but taken
+/// for another day: 49711 is 1970-01-01 again.
 class UTILITIES_EXPORT BqLocalDate {
 public:
     static const int MIN_DATE = 5;      ///< 1970-01-06, a Tuesday.
@@ -38,23 +45,26 @@ public:
 
     int getDayNumber() const { return m_DayNumber; }
 
-    /// Months and days count from 1. A year before 1971 gives `MIN_DATE`, one from 2038 on
-    /// `MAX_DATE`. Day and month may be any number: the 31st of February 2001 is the 3rd of March.
-    /// Where that leads out of what 32 bits of seconds hold, it is reported on the standard error
-    /// stream and the date is one round 1970-01-01. Reads the process's zone anew.
+    /// Sets the date. Months and days count from 1, and the year has four digits. A year before
+    /// 1971 sets `MIN_DATE`, one from 2038 on `MAX_DATE`. Day and month may be any number: February
+    /// 31, 2001 is March 3. Where they lead beyond the seconds that 32 bits hold, on 2038-01-19,
+    /// that is reported on the standard error stream, and the date becomes 1970-01-01 or a day next
+    /// to it. Reads the process's zone anew.
     void set(unsigned char day, unsigned char month, unsigned short year);
 
     /// Stores the date's fields and its day of the week. `dayOfWeek` may be null, the others must
-    /// not. Day numbers below 0 and above 24855 are reported and give the fields of `MIN_DATE`, and
-    /// then `dayOfWeek` isn't stored.
+    /// not. Where the conversion fails, two reports are written, the fields are those of
+    /// `MIN_DATE`, and the day of the week isn't stored.
     void get(unsigned short* year, unsigned char* month, unsigned char* day,
              VY_DAY_OF_WEEK* dayOfWeek) const;
 
-    /// Sunday, after a report, for a day number below 0 or above 24855.
+    /// The day of the week. Sunday, after a report, where the conversion fails.
     VY_DAY_OF_WEEK getDayOfWeek() const;
 
-    /// Whether the date is before 1971, or after 2037.
+    /// Whether the date is before 1971; true for all dates that `set` turns into `MIN_DATE`.
     bool IsMinDate() const;
+
+    /// Whether the date is after 2037; true for all dates that `set` turns into `MAX_DATE`.
     bool IsMaxDate() const;
 
     bool operator==(const BqLocalDate& other) const { return m_DayNumber == other.m_DayNumber; }
@@ -68,13 +78,13 @@ private:
     int m_DayNumber = 0;
 };
 
-/// Writes the date as the stream's locale has it (`%x`). Width and fill of the stream play no part
-/// and stay. Nothing is written to a stream that isn't good, or whose locale has no
-/// `time_put<char>`; a write that fails sets `failbit`. A day number below 0 or above 24855 is
-/// reported and written as a record of zeros.
+/// Writes the date as the stream's locale has it (`%x`). The stream's width and fill have no effect
+/// and are not reset. Nothing is written to a stream that isn't good, or whose locale has no
+/// `time_put<char>`; a write that fails sets `failbit`. A date whose conversion fails is written as
+/// a record of zeros after a report, 01/00/00 in the classic locale.
 UTILITIES_EXPORT std::ostream& operator<<(std::ostream& stream, const BqLocalDate& date);
 
-/// Two dates; what lies between them is for the user to tell.
+/// Two dates. Whether the end belongs to the range is for its user to decide.
 class UTILITIES_EXPORT BqDateRange {
 public:
     /// From 1970-01-01 to `MAX_DATE`.

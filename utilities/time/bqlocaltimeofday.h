@@ -6,28 +6,25 @@
 
 #include "utilities/frame/export.h"
 
-/// Milliseconds since midnight, of no particular date or zone. A plain value without a lock: one
-/// object isn't for several threads at a time unless all only read.
-///
-/// Sums and differences stop at both ends of the day, the upper of which is the midnight that ends
-/// it, 86,400,000; nothing carries into a date.
+/// Milliseconds since midnight, of no particular date or zone. A plain value without a lock:
+/// several threads may use one object at a time only if all of them only read it.
 class UTILITIES_EXPORT BqLocalTimeOfDay {
 public:
     /// Midnight.
     BqLocalTimeOfDay() = default;
 
-    /// Any number; a negative one comes of instants just before 1970.
+    /// Any number of milliseconds. Negative ones occur where clocks show a time before 1970.
     explicit BqLocalTimeOfDay(int milliseconds) : m_MilliSeconds(milliseconds) {}
 
     int getMilliSeconds() const { return m_MilliSeconds; }
 
+    /// Adds to the time of day, or subtracts from it. A sum stops at 86,400,000, the midnight that
+    /// ends the day, and a difference at 0; nothing carries into a date. Only the lower 32 bits of
+    /// the milliseconds of `seconds` count, so that 4,294,968 seconds and more wrap.
     void addMilliSeconds(unsigned int milliseconds);
     void subMilliSeconds(unsigned int milliseconds);
-
-    /// Of the milliseconds that `seconds` are, the lower 32 bits count.
     void addSeconds(unsigned int seconds);
     void subSeconds(unsigned int seconds);
-
     void addMinutes(unsigned short minutes);
     void subMinutes(unsigned short minutes);
     void addHours(unsigned char hours);
@@ -48,10 +45,11 @@ private:
     int m_MilliSeconds = 0;
 };
 
-/// Writes the time of day as the stream's locale has it (`%X`), to the whole second; the end of the
-/// day is written as its start. Width and fill of the stream play no part and stay. Nothing is
-/// written to a stream that isn't good, or whose locale has no `time_put<char>`; a write that fails
-/// sets `failbit`. A negative time is written as 00:00:00, from -1000 on down after a report.
+/// Writes the time of day as the stream's locale has it (`%X`), without the milliseconds. The
+/// midnight that ends the day is written as 00:00:00, and so are negative times, those from -1000
+/// on down after a report on the standard error stream. The stream's width and fill have no effect
+/// and are not reset. Nothing is written to a stream that isn't good, or whose locale has no
+/// `time_put<char>`; a write that fails sets `failbit`.
 UTILITIES_EXPORT std::ostream& operator<<(std::ostream& stream, const BqLocalTimeOfDay& timeOfDay);
 
 #endif

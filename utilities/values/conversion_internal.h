@@ -1,5 +1,5 @@
-/// How a number or a text reads as a number: the bounds, the rounding and the parsers, for the
-/// readings of a value and for storing a text.
+/// How a number or a text is read as a number of another type: bounds, rounding and parsers. Used
+/// to read a value as a number, and to store a text as a number.
 #ifndef UTILITIES_VALUES_CONVERSION_INTERNAL_H
 #define UTILITIES_VALUES_CONVERSION_INTERNAL_H
 
@@ -9,12 +9,12 @@
 #include <utility>
 
 #include "utilities/frame/static_objects_internal.h"
-#include "utilities/platform/numbers.h"
-#include "utilities/platform/types.h"
+#include "utilities/frame/types.h"
+#include "utilities/runtime/numbers.h"
 
 namespace conversion {
 
-/// What a source of type `From` reads as at the most. Three pairs stop short of the target's range.
+/// The upper bound of reading a `From` as a `To`. Three pairs don't use the whole range of `To`.
 template <class To, class From>
 inline constexpr To UPPER = std::numeric_limits<To>::max();
 template <>
@@ -24,7 +24,7 @@ inline constexpr unsigned __int64 UPPER<unsigned __int64, float> = 4294967296u;
 template <>
 inline constexpr unsigned __int64 UPPER<unsigned __int64, double> = 4294967295u;
 
-/// What a text reads as at the most, whatever its parser gives.
+/// The upper bound of reading a text as a `To`, whatever its parser returns.
 template <class To>
 inline constexpr To TEXT_UPPER = std::numeric_limits<To>::max();
 template <>
@@ -38,10 +38,10 @@ constexpr To Saturate(From value, To upper) {
     return std::cmp_greater(value, upper) ? upper : static_cast<To>(value);
 }
 
-/// Rounds halves away from zero by adding or subtracting 0.5 in double precision. Bounds are
-/// compared before the cast, which sees only what it can hold; the bound of the 64-bit target
-/// itself is no double, the next one above it is. A NaN gives the pattern with the top bit of 64
-/// set, of which narrower targets keep the low bits.
+/// Rounds halves away from zero, by adding or subtracting 0.5 in double precision. The bounds are
+/// checked before the cast, as casting a number out of range is undefined. The bound of a 64-bit
+/// target isn't a double; it converts to the next double above, which `>=` catches. A NaN becomes
+/// the 64-bit pattern with only the top bit set, of which narrower targets keep the low bits.
 template <class To>
 To RoundSaturate(double value, To upper) {
     if (std::isnan(value))
@@ -55,7 +55,7 @@ To RoundSaturate(double value, To upper) {
     return static_cast<To>(rounded);
 }
 
-/// Saturates to the largest finite numbers of single precision; a NaN stays.
+/// Saturates at the largest finite numbers of single precision. A NaN stays a NaN.
 inline float NarrowToFloat(double value) {
     constexpr double LARGEST = std::numeric_limits<float>::max();
     if (value < -LARGEST)
@@ -83,13 +83,13 @@ To FromNumber(From value) {
     }
 }
 
-/// The parsers of both widths, by one name each, and the text that reads as false.
-inline std::int32_t Parse32(const char* text) { return platform::atol(text); }
-inline std::int32_t Parse32(const WideChar* text) { return platform::_wtol(text); }
-inline __int64 Parse64(const char* text) { return platform::_atoi64(text); }
-inline __int64 Parse64(const WideChar* text) { return platform::_wtoi64(text); }
-inline double ParseDouble(const char* text) { return platform::atof(text); }
-inline double ParseDouble(const WideChar* text) { return platform::wcstod(text); }
+/// The parsers under one name for both widths, and the text that reads as false.
+inline std::int32_t Parse32(const char* text) { return runtime::atol(text); }
+inline std::int32_t Parse32(const WideChar* text) { return runtime::_wtol(text); }
+inline __int64 Parse64(const char* text) { return runtime::_atoi64(text); }
+inline __int64 Parse64(const WideChar* text) { return runtime::_wtoi64(text); }
+inline double ParseDouble(const char* text) { return runtime::atof(text); }
+inline double ParseDouble(const WideChar* text) { return runtime::wcstod(text); }
 inline const String& FalseText(const String&) { return NarrowFalseText; }
 inline const WString& FalseText(const WString&) { return WideFalseText; }
 

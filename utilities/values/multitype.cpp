@@ -1,14 +1,27 @@
+// A value is a tag and a datum of eight bytes. What holds at any time:
+//
+// - The tag tells which member of the datum is in use; `kinds_internal.h` has the mapping.
+// - Under `TYPE_RAW`, `TYPE_STRING` and `TYPE_WSTRING` the datum points to memory that this value
+//   alone owns. The pointer is null only after memory ran out in the assignment of a text: then the
+//   tag is set, nothing is held, and the value can be invalidated, assigned to and destroyed.
+// - Under `TYPE_INVALID` the datum is zero. Assigning a number leaves the bytes above it zero.
+//
+// Every change but a text over a text goes through `Renew`: release, zero the datum, set the tag,
+// and only then allocate and fill. So an exception of the allocation never leaves a pointer to
+// freed memory. A source that lies in what is held becomes a value of its own first, and the two
+// values are then exchanged.
 #include "utilities/values/multitype.h"
 
 #include <cstring>
+#include <functional>
+#include <memory>
 #include <new>
 
 #include "utilities/frame/assert_internal.h"
-#include "utilities/values/layout_internal.h"
+#include "utilities/values/kinds_internal.h"
 
-using layout::FlatSize;
-using layout::IsHeldTag;
-using layout::LayoutOf;
+using kinds::Datum;
+using kinds::Form;
 
 static_assert(sizeof(MultiType) == 3 * sizeof(void*), "virtual table, eight bytes and the tag");
 
@@ -16,12 +29,67 @@ namespace {
 
 constexpr char ASSERT_MODULE[] = ".\\multitype";
 
-/// Whether the datum points to something; one test, as most values hold numbers.
+/// Whether the datum points to memory of the value; one test, as most values hold numbers.
 constexpr bool OwnsMemory(MultiType::TYPE type) {
-    constexpr unsigned int OWNERS =
-        1u << MultiType::TYPE_RAW | 1u << MultiType::TYPE_STRING | 1u << MultiType::TYPE_WSTRING;
+    constexpr unsigned int OWNERS = [] {
+        unsigned int owners = 0;
+        for (unsigned int tag = 0; tag < kinds::TAG_END; ++tag) {
+            const Form form = kinds::FormOf(static_cast<MultiType::TYPE>(tag));
+            owners |= static_cast<unsigned int>(form == Form::BLOCK || form == Form::TEXT) << tag;
+        }
+        return owners;
+    }();
     const auto tag = static_cast<unsigned int>(type);
-    return tag <= MultiType::TYPE_WSTRING && (OWNERS >> tag & 1) != 0;
+    return tag < kinds::TAG_END && (OWNERS >> tag & 1) != 0;
+}
+
+/// Apart, so that the release of a number stays short.
+[[gnu::noinline]] void FreeMemory(MultiType::TYPE type, const Datum& held) {
+    kinds::Visit(type, [&]<class Kind>(Kind) {
+        if constexpr (Kind::FORM == Form::BLOCK)
+            ::operator delete(held.r);
+        else if constexpr (Kind::FORM == Form::TEXT)
+            delete (held.*Kind::DATUM);
+    });
+}
+
+/// Whether `source` points into the datum, or into the block or text that it points to.
+bool LiesIn(MultiType::TYPE type, const Datum& held, const void* source) {
+    const auto isWithin = [source](const void* start, std::size_t size) {
+        const void* const end = static_cast<const char*>(start) + size;
+        return std::less_equal<>()(start, source) && std::less<>()(source, end);
+    };
+    return isWithin(&held, sizeof held) || kinds::Visit(type, [&]<class Kind>(Kind) {
+               if constexpr (Kind::FORM == Form::BLOCK) {
+                   return isWithin(held.r, sizeof *held.r + held.r->size);
+               } else if constexpr (Kind::FORM == Form::TEXT) {
+                   const auto* text = held.*Kind::DATUM;
+                   return text != nullptr &&
+                          isWithin(text->data(), (text->size() + 1) * Kind::ORDER_UNIT);
+               } else {
+                   return false;
+               }
+           });
+}
+
+/// The global allocation. It may have been replaced by one that returns null instead of throwing.
+/// Compilers remove a check for that, as the language rules it out, unless the pointer has been
+/// through a volatile object.
+void* Allocate(std::size_t size) {
+    void* volatile memory = ::operator new(size);
+    return memory;
+}
+
+/// Returns a new text, or null where the allocation returns null.
+template <class Text, class Source>
+Text* NewText(const Source& source) {
+    struct Release {
+        void operator()(void* memory) const { ::operator delete(memory); }
+    };
+    std::unique_ptr<void, Release> memory(Allocate(sizeof(Text)));
+    Text* const text = memory != nullptr ? new (memory.get()) Text(source) : nullptr;
+    static_cast<void>(memory.release());
+    return text;
 }
 
 }  // namespace
@@ -43,15 +111,17 @@ MultiType::MultiType(const unsigned __int64& value) : m_v{}, m_type(TYPE_UINT64)
 }
 MultiType::MultiType(float value) : m_v{}, m_type(TYPE_FLOAT) { m_v.f = value; }
 MultiType::MultiType(const double& value) : m_v{}, m_type(TYPE_DOUBLE) { m_v.d = value; }
-MultiType::MultiType(const char* text) : m_v{}, m_type(TYPE_STRING) { m_v.str = new String(text); }
+MultiType::MultiType(const char* text) : m_v{}, m_type(TYPE_STRING) {
+    m_v.str = NewText<String>(text);
+}
 MultiType::MultiType(const String& text) : m_v{}, m_type(TYPE_STRING) {
-    m_v.str = new String(text);
+    m_v.str = NewText<String>(text);
 }
 MultiType::MultiType(const WString& text) : m_v{}, m_type(TYPE_WSTRING) {
-    m_v.wstr = new WString(text);
+    m_v.wstr = NewText<WString>(text);
 }
 MultiType::MultiType(const WideChar* text) : m_v{}, m_type(TYPE_WSTRING) {
-    m_v.wstr = new WString(text);
+    m_v.wstr = NewText<WString>(text);
 }
 MultiType::MultiType(unsigned int size, const void* data, unsigned int id)
     : m_v{}, m_type(TYPE_INVALID) {
@@ -59,22 +129,8 @@ MultiType::MultiType(unsigned int size, const void* data, unsigned int id)
 }
 
 MultiType::MultiType(const MultiType& other) : m_v(other.m_v), m_type(other.m_type) {
-    if (!OwnsMemory(m_type))
-        return;
-    m_v = {};
-    m_type = TYPE_INVALID;
-    switch (other.m_type) {
-        case TYPE_RAW:
-            StoreRaw(other.m_v.r->size, other.m_v.r->Data(), other.m_v.r->id);
-            return;
-        case TYPE_STRING:
-            m_v.str = new String(*other.m_v.str);
-            break;
-        default:
-            m_v.wstr = new WString(*other.m_v.wstr);
-            break;
-    }
-    m_type = other.m_type;
+    if (OwnsMemory(m_type))
+        HoldCopy(other);
 }
 
 MultiType& MultiType::operator=(bool value) { return assign(value), *this; }
@@ -102,24 +158,10 @@ MultiType::TYPE MultiType::Type(unsigned int* id) const {
 
 void MultiType::Invalidate() { Renew(TYPE_INVALID); }
 
-bool MultiType::IsSigned() const { return LayoutOf(m_type).isSigned; }
+bool MultiType::IsSigned() const { return kinds::IsSigned(m_type); }
 
 unsigned int MultiType::GetTypeSize(TYPE type) {
-    const layout::Layout& wanted = LayoutOf(type);
-    return wanted.form == layout::Form::Inline ? wanted.unit : 0;
-}
-
-unsigned int MultiType::GetValueSize() const {
-    switch (m_type) {
-        case TYPE_RAW:
-            return m_v.r->size;
-        case TYPE_STRING:
-            return FlatSize(*m_v.str);
-        case TYPE_WSTRING:
-            return FlatSize(*m_v.wstr);
-        default:
-            return GetTypeSize(m_type);
-    }
+    return kinds::Visit(type, [](auto kind) { return kind.INLINE_WIDTH; });
 }
 
 short MultiType::getCookie() const { return -1; }
@@ -128,8 +170,12 @@ MultiType::~MultiType() { ReleaseValue(); }
 
 void MultiType::StoreRaw(unsigned int size, const void* data, unsigned int id) {
     constexpr std::size_t SPARE = 1;
+    if (data != nullptr && LiesIn(m_type, m_v, data)) {
+        *this = MultiType(size, data, id);
+        return;
+    }
     Invalidate();
-    m_v.r = static_cast<RawBlock*>(::operator new(sizeof(RawBlock) + size + SPARE));
+    m_v.r = static_cast<RawBlock*>(Allocate(sizeof(RawBlock) + size + SPARE));
     ASSERT(m_v.r != 0);
     if (m_v.r == nullptr)
         return;
@@ -161,45 +207,25 @@ void MultiType::assign(const WideChar* text) { HoldText(m_v.wstr, TYPE_WSTRING, 
 void MultiType::assign(const MultiType& other) {
     if (this == &other)
         return;
-    switch (other.m_type) {
-        case TYPE_RAW:
-            StoreRaw(other.m_v.r->size, other.m_v.r->Data(), other.m_v.r->id);
-            break;
-        case TYPE_STRING:
-            assign(*other.m_v.str);
-            break;
-        case TYPE_WSTRING:
-            assign(*other.m_v.wstr);
-            break;
-        default:
-            if (!IsHeldTag(other.m_type)) {
-                ASSERT(false);
-                Invalidate();
-                break;
-            }
-            Renew(other.m_type) = other.m_v;
-            break;
+    if (OwnsMemory(other.m_type)) {
+        kinds::Visit(other.m_type, [&]<class Kind>(Kind) {
+            if constexpr (Kind::FORM == Form::BLOCK)
+                StoreRaw(other.m_v.r->size, other.m_v.r->Data(), other.m_v.r->id);
+            else if constexpr (Kind::FORM == Form::TEXT)
+                assign(*(other.m_v.*Kind::DATUM));
+        });
+    } else if (kinds::IsHeldTag(other.m_type)) {
+        Renew(other.m_type) = other.m_v;
+    } else {
+        ASSERT(false);
+        Invalidate();
     }
 }
 
 void MultiType::ReleaseValue() {
     if (OwnsMemory(m_type))
-        FreeMemory();
+        FreeMemory(m_type, m_v);
     m_v = {};
-}
-
-void MultiType::FreeMemory() {
-    switch (m_type) {
-        case TYPE_RAW:
-            ::operator delete(m_v.r);
-            break;
-        case TYPE_STRING:
-            delete m_v.str;
-            break;
-        default:
-            delete m_v.wstr;
-            break;
-    }
 }
 
 MultiType::Datum& MultiType::Renew(TYPE type) {
@@ -208,13 +234,33 @@ MultiType::Datum& MultiType::Renew(TYPE type) {
     return m_v;
 }
 
-/// A pointer source first becomes a text of its own where it may point into the text that is held.
+// Apart, so that the copy of a number stays short.
+[[gnu::noinline]] void MultiType::HoldCopy(const MultiType& other) {
+    m_v = {};
+    m_type = TYPE_INVALID;
+    kinds::Visit(other.m_type, [&]<class Kind>(Kind) {
+        if constexpr (Kind::FORM == Form::BLOCK) {
+            StoreRaw(other.m_v.r->size, other.m_v.r->Data(), other.m_v.r->id);
+        } else if constexpr (Kind::FORM == Form::TEXT) {
+            m_v.*Kind::DATUM = NewText<typename Kind::Type>(*(other.m_v.*Kind::DATUM));
+            m_type = other.m_type;
+        }
+    });
+}
+
 template <class Text, class Source>
 void MultiType::HoldText(Text*& held, TYPE type, const Source& source) {
     if (m_type == type && held != nullptr) {
+        // A pointer becomes a text of its own first, as it may point into the text that is held.
         *held = static_cast<const Text&>(source);
         return;
     }
+    if constexpr (std::is_pointer_v<Source>) {
+        if (LiesIn(m_type, m_v, source)) {
+            *this = MultiType(source);
+            return;
+        }
+    }
     Renew(type);
-    held = new Text(source);
+    held = NewText<Text>(source);
 }

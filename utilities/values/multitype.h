@@ -1,48 +1,50 @@
-/// A tagged value: one small object that holds a boolean, an integer of one of eight forms, a
-/// floating number, a text of either width, a raw block of bytes, or nothing.
+/// A tagged value: one small object that holds a boolean, an integer of one of eight types, a
+/// floating-point number, a text of either width, a raw block of bytes, or nothing.
 ///
-/// A reader names the form it wants, whatever is held, and always gets a result: what is out of
-/// range saturates, floating numbers round, texts are parsed, blocks are taken byte for byte.
-/// Nothing here reports a failure; the exceptions of exhausted memory pass.
+/// The caller names the type that it wants, whatever the value holds, and always gets a result:
+/// integers saturate at the bounds of the wanted type, floating-point numbers are rounded, texts
+/// are parsed, and blocks are read byte for byte. Reading never fails. The operations on flat
+/// memory say by their result whether they did their work. When memory runs out, the exception of
+/// `operator new` leaves the operation; no other exception does.
 ///
-/// A value owns what it holds alone: a copy copies the block or text. No lock is taken: separate
-/// values can be used on separate threads at the same time; one value can't be changed on one
-/// thread while another uses it.
+/// Numbers lie in the object itself and use no heap. A value is the only owner of its text or
+/// block, and a copy has its own. There is no lock: different values may be used on different
+/// threads at the same time, but while one thread changes a value no other thread may use it.
 #ifndef UTILITIES_VALUES_MULTITYPE_H
 #define UTILITIES_VALUES_MULTITYPE_H
 
 #include <utility>
 
 #include "utilities/frame/export.h"
-#include "utilities/platform/types.h"
+#include "utilities/frame/types.h"
 #include "utilities/text/qelstring.h"
 
 class UTILITIES_EXPORT MultiType {
 public:
-    /// What a value holds. The numbers are fixed: they cross between programs.
+    /// The tag of a value: what it holds. The numbers never change, as programs exchange them.
     enum TYPE : int {
-        TYPE_INVALID = 0,  ///< Nothing.
-        TYPE_RAW = 1,      ///< A block of bytes with a 32-bit id.
-        TYPE_BOOL = 2,     ///< One byte, 0 and 1 for false and true.
-        TYPE_CHAR = 3,     ///< Signed 8 bits, whatever the compiler's `char` is.
-        TYPE_SHORT = 4,    ///< Signed 16 bits.
-        TYPE_INT = 5,      ///< Signed 32 bits.
-        TYPE_INT64 = 6,
-        TYPE_UCHAR = 7,
-        TYPE_USHORT = 8,
-        TYPE_UINT = 9,
-        TYPE_UINT64 = 10,
-        TYPE_FLOAT = 11,   ///< IEEE 754 single.
-        TYPE_DOUBLE = 12,  ///< IEEE 754 double.
-        TYPE_STRING = 13,
-        TYPE_WSTRING = 14,
-        TYPE_MIXED_INT64 = 15  ///< A way to compare; no value holds it.
+        TYPE_INVALID = 0,      ///< Nothing.
+        TYPE_RAW = 1,          ///< A block of bytes with a 32-bit id.
+        TYPE_BOOL = 2,         ///< One byte: 0 is false, 1 is true.
+        TYPE_CHAR = 3,         ///< Signed 8 bits, also where the compiler's `char` is unsigned.
+        TYPE_SHORT = 4,        ///< Signed 16 bits.
+        TYPE_INT = 5,          ///< Signed 32 bits.
+        TYPE_INT64 = 6,        ///< Signed 64 bits.
+        TYPE_UCHAR = 7,        ///< Unsigned 8 bits.
+        TYPE_USHORT = 8,       ///< Unsigned 16 bits.
+        TYPE_UINT = 9,         ///< Unsigned 32 bits.
+        TYPE_UINT64 = 10,      ///< Unsigned 64 bits.
+        TYPE_FLOAT = 11,       ///< IEEE 754 single precision.
+        TYPE_DOUBLE = 12,      ///< IEEE 754 double precision.
+        TYPE_STRING = 13,      ///< A narrow text.
+        TYPE_WSTRING = 14,     ///< A wide text.
+        TYPE_MIXED_INT64 = 15  ///< A way to compare, see `compare`. No value has this tag.
     };
 
     /// Holds nothing.
     MultiType();
 
-    /// Each holds its argument. A text pointer must not be null.
+    /// The value holds the argument, with the tag of its type. A text pointer must not be null.
     MultiType(bool value);
     MultiType(char value);
     MultiType(short value);
@@ -59,21 +61,21 @@ public:
     MultiType(const WString& text);
     MultiType(const WideChar* text);
 
-    /// Holds a block of `size` bytes copied from `data`, or zeros where `data` is null. `id` is the
-    /// caller's own: it is kept, handed back and compared.
+    /// Holds a block: `size` bytes copied from `data`, or `size` zeros if `data` is null. The `id`
+    /// means something to the caller only; it is stored, returned and compared.
     MultiType(unsigned int size, const void* data, unsigned int id);
 
     MultiType(const MultiType& other);
 
-    /// Takes over what `other` holds and leaves it holding nothing.
+    /// Takes what `other` holds; `other` then holds nothing.
     UTILITIES_LOCAL MultiType(MultiType&& other) noexcept : m_v(other.m_v), m_type(other.m_type) {
         other.m_v.ull = 0;
         other.m_type = TYPE_INVALID;
     }
 
-    /// Each releases what was held and holds its argument. A text over a text of the same width
-    /// keeps the text object. A text pointer must not be null; it may point into the text that is
-    /// held.
+    /// Replaces what is held by the argument, as the constructor of the same argument does. A text
+    /// that replaces a text of the same width is assigned to it, which reuses its memory. A text
+    /// pointer must not be null; it may point into what the value holds.
     MultiType& operator=(bool value);
     MultiType& operator=(char value);
     MultiType& operator=(short value);
@@ -91,47 +93,51 @@ public:
     MultiType& operator=(const WideChar* text);
     MultiType& operator=(const MultiType& other);
 
-    /// Exchanges what the two hold.
+    /// The two values exchange what they hold.
     UTILITIES_LOCAL MultiType& operator=(MultiType&& other) noexcept {
         std::swap(m_v, other.m_v);
         std::swap(m_type, other.m_type);
         return *this;
     }
 
-    /// The tag. `id`, where not null, receives the block's id, or 0 where no block is held.
+    /// Returns the tag. `id`, if not null, receives the id of the block, or 0 if no block is held.
     TYPE Type(unsigned int* id = nullptr) const;
 
-    /// Releases what is held; the value then holds nothing.
+    /// Releases what is held. The value then holds nothing.
     void Invalidate();
 
-    /// False for `TYPE_BOOL` and the unsigned integers, true for every other tag, texts, blocks and
-    /// nothing included.
+    /// Returns false for `TYPE_BOOL` and the unsigned integers, and true for every other tag: also
+    /// for texts, for blocks and for a value that holds nothing.
     bool IsSigned() const;
 
-    /// The bytes that a value of an inline form takes: 1, 2, 4 or 8 from `TYPE_BOOL` to
-    /// `TYPE_DOUBLE`, 0 for every other argument, one that is no tag included.
+    /// Returns the size in bytes of a number of this type: 1, 2, 4 or 8 from `TYPE_BOOL` to
+    /// `TYPE_DOUBLE`, and 0 for every other argument, also for one that isn't a tag.
     static unsigned int GetTypeSize(TYPE type);
 
-    /// The bytes of the value's flat form: those of `GetTypeSize`, a block's size, a text's
-    /// characters with their terminator (two bytes for a unit of wide text), 0 for nothing.
+    /// Returns the size in bytes of the value's flat form, which `Get` writes to a buffer: that of
+    /// the number, that of the block, or that of the text with its terminator (a wide text has two
+    /// bytes for each unit). It is 0 if nothing is held, and 4294967295 for a text whose form would
+    /// have more bytes than that; such a text has no flat form.
     unsigned int GetValueSize() const;
 
-    /// Each replaces its argument by what is held, read as that type:
-    /// - integers saturate at the bounds of the target, with these exceptions: an `__int64` read as
-    ///   `unsigned int` stops at 2147483647; read as `unsigned __int64`, a `float` stops at
-    ///   4294967296, a `double` and a text at 4294967295;
-    /// - floating numbers round to the nearest integer (0.5 is added or subtracted, the fraction
-    ///   cut) and saturate; a NaN gives 0, as 64-bit integer the pattern 0x8000000000000000;
-    /// - as `float`, a `double` or text beyond the largest finite one gives that one; an
-    ///   `unsigned __int64` above 9223372036854775807 reads as that number in both floating types;
-    /// - a text gives the decimal number at its start, behind white space, with the locale's
-    ///   decimal point, and 0 where there is none; it is read in place. As `bool` it is true unless
-    ///   it is empty or exactly "0";
-    /// - a block gives its first bytes in host order, and 0 where it is shorter than the target; as
-    ///   `bool` it is true where it has a first byte that is not 0;
-    /// - as `bool` a number is true unless it equals 0, and a held boolean's byte passes unchanged;
-    ///   every other reading of a boolean gives 0 or 1;
-    /// - nothing gives 0, 0.0 and false.
+    /// Replaces `out` by what is held, read as the type of `out`:
+    /// - An integer saturates at the bounds of the wanted type. One bound is nearer: an `__int64`
+    ///   read as `unsigned int` stops at 2147483647.
+    /// - A floating-point number is rounded to the nearest integer, halves away from zero (0.5 is
+    ///   added or subtracted and the fraction dropped), and saturates. Read as `unsigned __int64`,
+    ///   a `float` stops at 4294967296 and a `double` at 4294967295. A NaN reads as 0; as a 64-bit
+    ///   integer it reads as the bit pattern 0x8000000000000000.
+    /// - As `float`, a `double` beyond the largest finite `float` reads as that bound. As `float`
+    ///   or `double`, an `unsigned __int64` above 9223372036854775807 reads as that number.
+    /// - A text reads as the decimal number at its start, after any white space, and as 0 if there
+    ///   is none. An integer ends before a decimal point ("2.9" reads as 2) and saturates; as
+    ///   `unsigned __int64` it stops at 4294967295. A floating-point number has the decimal point
+    ///   of the locale. As `bool` a text is true unless it is empty or exactly "0".
+    /// - A block reads as its first bytes in the host's byte order, or as 0 if it has fewer bytes
+    ///   than the wanted type. As `bool` it is true if it has a first byte and that isn't 0.
+    /// - As `bool`, a number is true unless it equals 0. The byte of a held boolean is passed on
+    ///   unchanged, also one above 1; as any other type a boolean reads as 0 or 1.
+    /// - A value that holds nothing reads as 0, 0.0 or false.
     void Get(bool& out) const;
     void Get(char& out) const;
     void Get(short& out) const;
@@ -144,15 +150,19 @@ public:
     void Get(float& out) const;
     void Get(double& out) const;
 
-    /// Replaces `out` by the value's text: a number in decimal, a floating one as printf's "%g"
-    /// (six significant digits, the locale's decimal point), a boolean's byte as a number, a text
-    /// as it is or crossed from the other width, "Invalid" for nothing. A block's bytes become the
-    /// characters, NULs included; in wide text two bytes a unit in host order, an odd last byte
-    /// left out.
+    /// Replaces `out` by the text of what is held:
+    /// - an integer in decimal, the byte of a boolean too;
+    /// - a floating-point number as printf's "%g": up to six significant digits, with the decimal
+    ///   point of the locale;
+    /// - a text as it is, or converted from the other width as the text classes do that (empty if a
+    ///   character can't be converted);
+    /// - a block as one character for each byte, or in wide text one for every two bytes in the
+    ///   host's order without an odd last byte; NULs are kept;
+    /// - "Invalid" if nothing is held.
     void Get(String& out) const;
     void Get(WString& out) const;
 
-    /// The reading by value, for the thirteen types above.
+    /// Returns what `Get` of the same type reads, for each of the thirteen types above.
     template <class T>
     T GetAs() const {
         T result{};
@@ -160,66 +170,84 @@ public:
         return result;
     }
 
-    /// Holds `text` as a value of `type`; always true. Numbers are read and saturate as in `Get` of
-    /// a held text. `TYPE_RAW` takes the text's bytes without a terminator, with id 0.
-    /// `TYPE_STRING`, `TYPE_WSTRING` and every number that is no tag hold it as `TYPE_STRING`.
+    /// Reads `text` as `type` and holds the result. A number is what `Get` reads from a held text.
+    /// `TYPE_RAW` makes a block of the text's bytes without a terminator, with id 0 (of no more
+    /// than the first 4294967295 bytes). For `TYPE_STRING`, for `TYPE_WSTRING` too, and for a
+    /// number that isn't a tag, the text is held as `TYPE_STRING`. For `TYPE_INVALID` nothing is
+    /// held. Always returns true.
     bool SetTyped(const String& text, TYPE type);
 
-    /// Writes the value's flat form to `buffer`, which needs no alignment, in the host's byte order
-    /// or most significant byte first: a number's bytes, a text's characters with their terminator
-    /// (each unit of wide text in that order), a block's data, nothing for no value. A form has no
-    /// header; `type` and `id` receive the tag and the block's id (else 0) where they are not null.
+    /// Writes the flat form of the value to `buffer`, in the host's byte order (`Get`) or most
+    /// significant byte first (`GetBigEndianFormatted`): the bytes of a number; the characters of a
+    /// text with their terminator, each unit of wide text in that byte order; the data of a block;
+    /// nothing if nothing is held. The form has no header. `type` and `id`, if not null, receive
+    /// the tag and the id of the block (0 for any other tag), also when the call fails. `buffer`
+    /// needs no alignment.
     ///
-    /// `size` comes in as the buffer's size and leaves as the bytes that the form takes. Where it
-    /// was smaller, or `buffer` is null and there is something to write, nothing is written and the
-    /// result is false; so a first call with null and 0 asks for the size.
+    /// On entry `size` is the size of the buffer, on return the size of the form, also when the
+    /// call fails. Returns false, with nothing written, if the buffer is smaller than the form or
+    /// is null and the form isn't empty. So a first call with null and 0 asks for the size. For a
+    /// text without a flat form (see `GetValueSize`) the call fails whatever the buffer, and `size`
+    /// is 4294967295.
     bool Get(void* buffer, unsigned int& size, TYPE* type, unsigned int* id) const;
     bool GetBigEndianFormatted(void* buffer, unsigned int& size, TYPE* type,
                                unsigned int* id) const;
 
-    /// Writes the form, in the host's order, that the value has when it is read as `type`; `size`,
-    /// `id` and the result are those of `Get`. `TYPE_INVALID` and what is no tag take 0 bytes and
-    /// give true. A block can only be had of a value that holds one: else false, with size and id
-    /// 0.
+    /// Reads the value as `type` and writes the flat form of the result, in the host's byte order.
+    /// `size`, `id` and the result are as for `Get`. For `TYPE_INVALID`, and for a number that
+    /// isn't a tag, the form is empty and the result is true. `TYPE_RAW` can only be read from a
+    /// value that holds a block; otherwise the result is false, with `size` and `id` 0.
     bool GetTyped(void* buffer, unsigned int& size, TYPE type, unsigned int* id) const;
 
-    /// The bytes that `GetTyped` needs for `type`.
+    /// Returns the size that `GetTyped` needs for `type`. For a text it makes the conversion.
     unsigned int GetTypedValueSize(TYPE type) const;
 
-    /// The flat form in the host's order where it lies: the pointer is good until the value is
-    /// changed or destroyed. Null for a value that holds nothing. Each argument may be null.
+    /// Returns the flat form in the host's byte order without copying it, or null, with size 0, if
+    /// nothing is held or the text that is held has no flat form. The pointer is valid until the
+    /// value is changed or destroyed. `size`, `type` and `id` receive the size, the tag and the id
+    /// of the block (0 for any other tag); each may be null.
     const void* GetBuffer(unsigned int* size, TYPE* type, unsigned int* id) const;
 
-    /// Holds the flat form at `buffer` as a value of `type`; a null `buffer` stands for zeros, or
-    /// for the empty text. False, with the value unchanged, where `type` is no tag or `size` is
-    /// less than the number takes, or than a text's terminator. `size` bounds no text: it ends at
-    /// its terminator. `id` is for a block. A boolean's byte is kept as it is. `buffer` may lie in
-    /// what the value holds, unless `type` is `TYPE_RAW` or a text of the other width.
+    /// Holds the flat form at `buffer` as a value of `type`, from the host's byte order (`Set`) or
+    /// most significant byte first (`SetBigEndianFormatted`). A null `buffer` stands for zeros, or
+    /// for the empty text. `id` is the id of a block and ignored for other types. `buffer` needs no
+    /// alignment.
+    ///
+    /// A number takes as many bytes as its type has, and a larger `size` makes no difference. A
+    /// text ends at its terminator: `size` doesn't limit it. The byte of a boolean is stored as it
+    /// is. `buffer` may lie in what the value holds.
+    ///
+    /// Returns false, with the value unchanged, if `type` isn't a tag, or if `size` is less than
+    /// the size of the number or of the terminator of the text.
     bool Set(const void* buffer, unsigned int size, TYPE type, unsigned int id);
     bool SetBigEndianFormatted(const void* buffer, unsigned int size, TYPE type, unsigned int id);
 
-    /// -1, 0 or 1 as `a` is below, equal to or above `b` when both are read as `type`, with the
-    /// saturation of that reading: booleans by their byte, texts by their characters as unsigned
-    /// numbers, a prefix first. A NaN compares as 0 with everything. `TYPE_MIXED_INT64` compares
-    /// 64-bit integers of both signs by value. For `TYPE_INVALID`, `TYPE_RAW` and what names no way
-    /// to compare the result is 0, which is reported on the standard error stream. Numbers use no
+    /// Reads both values as `type`, which saturates as in `Get`, and returns -1, 0 or 1 if `a` is
+    /// below, equal to or above `b`. Booleans are compared by their bytes. Texts are compared by
+    /// their characters as unsigned numbers, and a text comes before those that it begins. A NaN
+    /// compares as 0 with everything. `TYPE_MIXED_INT64` compares a signed and an unsigned 64-bit
+    /// integer by their values. Any other `type` is reported on the standard error stream, with
+    /// result 0: `TYPE_INVALID`, `TYPE_RAW` and a number above 15. Comparing as numbers uses no
     /// heap.
     static int compare(const MultiType& a, const MultiType& b, TYPE type);
 
-    /// Whether the values are equal when both are read as the one type in which their kinds meet:
-    /// integers in one that holds both, a floating number or a text with a number as floating
-    /// numbers, and two texts as numbers too. Values that hold nothing are equal to each other, and
-    /// blocks of the same id and bytes.
+    /// Returns whether the values are equal when both are read as the type that is common to their
+    /// tags: two integers as one that holds the values of both; an integer with a floating-point
+    /// number as floating-point numbers; a text as a number, so that two texts are equal if their
+    /// numbers are (to compare their characters, use `compare`). Blocks are equal if ids, sizes and
+    /// bytes are. Two values that hold nothing are equal. A block, or a value that holds nothing,
+    /// is unequal to everything else.
     bool operator==(const MultiType& other) const;
 
-    /// -1. For derived classes to tell themselves apart; nothing in the library asks.
+    /// Returns -1. A derived class may return a number by which its objects can be told from
+    /// others; the library never calls this.
     virtual short getCookie() const;
 
     /// Releases what is held.
     virtual ~MultiType();
 
 protected:
-    /// A block in memory: this header, `size` bytes of data directly behind it, and one spare byte.
+    /// A block in memory: this header, followed by `size` bytes of data and one spare byte.
     struct RawBlock {
         unsigned int id;
         unsigned int size;
@@ -229,13 +257,14 @@ protected:
         }
     };
 
-    /// Releases what was held and holds a block, as the constructor with the same arguments does.
-    /// `data` must not point into what is held. Where memory runs out the value holds nothing; an
-    /// allocator that answers null instead of throwing is reported.
+    /// Replaces what is held by a block, as the constructor of the same arguments does. `data` may
+    /// point into what is held. If memory runs out, the value holds nothing, or still what `data`
+    /// points into. A replaced `operator new` that returns null instead of throwing is reported on
+    /// the standard error stream, and the value holds nothing.
     void StoreRaw(unsigned int size, const void* data, unsigned int id);
 
-    /// What the assignment operators do. Where memory runs out for a text, the tag is that of the
-    /// text and no text is held; such a value can be invalidated, assigned to and destroyed.
+    /// What the assignment operators do. If memory runs out for a text, the value has the tag of
+    /// the text but holds none; it may only be invalidated, assigned to or destroyed then.
     void assign(bool value);
     void assign(char value);
     void assign(short value);
@@ -253,7 +282,7 @@ protected:
     void assign(const WideChar* text);
     void assign(const MultiType& other);
 
-    /// What is held, by tag. An inline form has the width of its tag at the start.
+    /// What is held; the tag tells which member. A number lies at the start of the eight bytes.
     union Datum {
         RawBlock* r;
         unsigned char b;
@@ -273,40 +302,18 @@ protected:
     TYPE m_type;
 
 private:
-    /// Frees what is held and zeroes it; the tag is the caller's to set.
+    /// Frees what is held and zeroes the datum. The tag stays as it is.
     UTILITIES_LOCAL void ReleaseValue();
-    UTILITIES_LOCAL void FreeMemory();
 
-    /// Releases what is held, sets the tag and gives the zeroed datum to be filled.
+    /// Releases what is held, sets the tag, and returns the zeroed datum.
     UTILITIES_LOCAL Datum& Renew(TYPE type);
 
+    /// Holds a copy of the block or text of `other`, in a value that is being constructed.
+    UTILITIES_LOCAL void HoldCopy(const MultiType& other);
+
+    /// Holds the text of `source` in `held`, which is the datum's member for that tag.
     template <class Text, class Source>
     UTILITIES_LOCAL void HoldText(Text*& held, TYPE type, const Source& source);
-    template <class T>
-    UTILITIES_LOCAL void Read(T& out) const;
-
-    /// Both read as the number `T`, or the text, of that tag.
-    template <class T, class Held>
-    UTILITIES_LOCAL static int CompareNumbers(const MultiType& a, const MultiType& b, TYPE type,
-                                              Held Datum::*held);
-    template <class Text>
-    UTILITIES_LOCAL static int CompareTexts(const MultiType& a, const MultiType& b, TYPE type,
-                                            Text* Datum::*held);
-
-    /// The type in which two values meet.
-    UTILITIES_LOCAL static TYPE CommonType(const MultiType& v1, const MultiType& v2);
-
-    /// The exchange in either order: units of `unit` bytes are reversed.
-    UTILITIES_LOCAL bool Write(void* buffer, unsigned int& size, TYPE* type, unsigned int* id,
-                               unsigned int unit) const;
-    UTILITIES_LOCAL bool Take(const void* buffer, unsigned int size, TYPE type, unsigned int id,
-                              unsigned int unit);
-    template <class T>
-    UTILITIES_LOCAL bool WriteAs(void* buffer, unsigned int& size) const;
-    template <class Text>
-    UTILITIES_LOCAL bool WriteAsText(void* buffer, unsigned int& size) const;
-    template <class Text>
-    UTILITIES_LOCAL void ReadText(Text& out) const;
 };
 
 #endif

@@ -1,20 +1,24 @@
-#include <cstdint>
-#include <cstring>
-
-#include "utilities/values/layout_internal.h"
 #include "utilities/values/multitype.h"
 
-using layout::FlatSize;
-using layout::Form;
-using layout::LayoutOf;
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+#include "utilities/values/kinds_internal.h"
+
+using kinds::Datum;
+using kinds::Form;
 
 namespace {
+
+enum class Order { HOST, BIG_END_FIRST };
 
 constexpr std::uint16_t Reversed(std::uint16_t unit) { return __builtin_bswap16(unit); }
 constexpr std::uint32_t Reversed(std::uint32_t unit) { return __builtin_bswap32(unit); }
 constexpr std::uint64_t Reversed(std::uint64_t unit) { return __builtin_bswap64(unit); }
 
-/// Copies units that need not be aligned, each with its bytes reversed.
+/// Copies units, aligned or not, and reverses the bytes of each.
 template <class Unit>
 void CopyReversed(void* out, const void* in, std::size_t size) {
     for (std::size_t i = 0; i < size; i += sizeof(Unit)) {
@@ -25,122 +29,153 @@ void CopyReversed(void* out, const void* in, std::size_t size) {
     }
 }
 
-/// Copies `size` bytes, which are whole units of `unit` bytes; a unit of one keeps the host's
-/// order.
-void CopyUnits(void* out, const void* in, std::size_t size, unsigned int unit) {
-    switch (unit) {
-        case 2:
-            return CopyReversed<std::uint16_t>(out, in, size);
-        case 4:
-            return CopyReversed<std::uint32_t>(out, in, size);
-        case 8:
-            return CopyReversed<std::uint64_t>(out, in, size);
-        default:
-            // A form of no bytes needs no memory on either side.
-            if (out != nullptr && in != nullptr)
-                std::memcpy(out, in, size);
-    }
+/// Copies `size` bytes of a form between the host's byte order and `ORDER`. The pointers may be
+/// null if `size` is 0.
+template <Order ORDER, class Kind>
+void CopyForm(Kind, void* out, const void* in, std::size_t size) {
+    constexpr unsigned int UNIT = ORDER == Order::HOST ? 1 : Kind::ORDER_UNIT;
+    if constexpr (UNIT == 8)
+        CopyReversed<std::uint64_t>(out, in, size);
+    else if constexpr (UNIT == 4)
+        CopyReversed<std::uint32_t>(out, in, size);
+    else if constexpr (UNIT == 2)
+        CopyReversed<std::uint16_t>(out, in, size);
+    else if (size != 0)
+        std::memcpy(out, in, size);
 }
 
-/// Whether a form of `needed` bytes can be written to `buffer`, whose `size` then is what it needs.
-bool Fits(const void* buffer, unsigned int& size, unsigned int needed) {
+/// The largest size that a caller can be told. A longer form can't be exchanged.
+constexpr std::size_t MOST_BYTES = std::numeric_limits<unsigned int>::max();
+
+unsigned int ToldSize(std::size_t size) {
+    return static_cast<unsigned int>(std::min(size, MOST_BYTES));
+}
+
+/// Returns whether `buffer` has space for a form of `needed` bytes, and sets `size` to that number.
+bool Fits(const void* buffer, unsigned int& size, std::size_t needed) {
     const bool fits = size >= needed && (buffer != nullptr || needed == 0);
-    size = needed;
+    size = ToldSize(needed);
     return fits;
 }
 
-/// The units at `buffer`, aligned or not, up to their terminator.
-WString ReadWide(const void* buffer, unsigned int unit) {
+/// Where the flat form of a value lies in the host's byte order, and its size.
+struct FlatForm {
+    const void* bytes;
+    std::size_t size;
+};
+
+FlatForm FlatFormOf(kinds::Properties, const Datum&) { return {nullptr, 0}; }
+
+FlatForm FlatFormOf(kinds::Block, const Datum& held) { return {held.r->Data(), held.r->size}; }
+
+template <class T, auto HELD>
+FlatForm FlatFormOf(kinds::Number<T, HELD>, const Datum& held) {
+    return {&held, sizeof(T)};
+}
+
+/// The characters of a text with their terminator.
+template <class T>
+FlatForm FlatFormOf(const T& text) {
+    return {text.c_str(), (text.size() + 1) * sizeof(typename T::value_type)};
+}
+
+template <class T, auto HELD>
+FlatForm FlatFormOf(kinds::Text<T, HELD>, const Datum& held) {
+    return FlatFormOf(*(held.*HELD));
+}
+
+template <Order ORDER>
+bool Write(MultiType::TYPE type, const Datum& held, void* buffer, unsigned int& size) {
+    return kinds::Visit(type, [&](auto kind) {
+        const FlatForm form = FlatFormOf(kind, held);
+        if (!Fits(buffer, size, form.size))
+            return false;
+        CopyForm<ORDER>(kind, buffer, form.bytes, form.size);
+        return true;
+    });
+}
+
+/// Reads `value` as the type of a kind and writes the flat form of the result.
+template <class T, auto HELD>
+bool WriteAs(kinds::Number<T, HELD>, const MultiType& value, void* buffer, unsigned int& size) {
+    if (!Fits(buffer, size, sizeof(T)))
+        return false;
+    T number{};
+    value.Get(number);
+    std::memcpy(buffer, &number, sizeof number);
+    return true;
+}
+
+template <class T, auto HELD>
+bool WriteAs(kinds::Text<T, HELD>, const MultiType& value, void* buffer, unsigned int& size) {
+    const T text = value.GetAs<T>();
+    const FlatForm form = FlatFormOf(text);
+    if (!Fits(buffer, size, form.size))
+        return false;
+    std::memcpy(buffer, form.bytes, form.size);
+    return true;
+}
+
+/// For a value that doesn't hold a block; the block of one that does is written as it lies.
+bool WriteAs(kinds::Block, const MultiType&, void*, unsigned int& size) {
+    size = 0;
+    return false;
+}
+
+bool WriteAs(kinds::Properties, const MultiType&, void*, unsigned int& size) {
+    size = 0;
+    return true;
+}
+
+/// The datum of a number's bytes, or of zeros where `buffer` is null.
+template <Order ORDER, class Kind>
+Datum NumberAt(Kind kind, const void* buffer) {
+    Datum datum{};
+    if (buffer != nullptr)
+        CopyForm<ORDER>(kind, &datum, buffer, Kind::INLINE_WIDTH);
+    return datum;
+}
+
+/// The wide text at `buffer`, aligned or not. Its terminator is zero in both byte orders.
+template <Order ORDER, class Kind>
+WString ReadWide(Kind kind, const void* buffer) {
     const auto* bytes = static_cast<const unsigned char*>(buffer);
     std::size_t size = 0;
     while (bytes[size] != 0 || bytes[size + 1] != 0)
         size += sizeof(WideChar);
     WString text;
     text.resize(size / sizeof(WideChar));
-    CopyUnits(text.data(), bytes, size, unit);
+    CopyForm<ORDER>(kind, text.data(), bytes, size);
     return text;
 }
 
 }  // namespace
 
+unsigned int MultiType::GetValueSize() const {
+    return kinds::Visit(m_type, [&](auto kind) { return ToldSize(FlatFormOf(kind, m_v).size); });
+}
+
 bool MultiType::Get(void* buffer, unsigned int& size, TYPE* type, unsigned int* id) const {
-    return Write(buffer, size, type, id, 1);
+    const TYPE held = Type(id);
+    if (type != nullptr)
+        *type = held;
+    return Write<Order::HOST>(held, m_v, buffer, size);
 }
 
 bool MultiType::GetBigEndianFormatted(void* buffer, unsigned int& size, TYPE* type,
                                       unsigned int* id) const {
-    return Write(buffer, size, type, id, LayoutOf(m_type).unit);
-}
-
-bool MultiType::Write(void* buffer, unsigned int& size, TYPE* type, unsigned int* id,
-                      unsigned int unit) const {
-    unsigned int needed = 0;
-    const void* flat = GetBuffer(&needed, type, id);
-    if (!Fits(buffer, size, needed))
-        return false;
-    CopyUnits(buffer, flat, needed, unit);
-    return true;
-}
-
-template <class T>
-bool MultiType::WriteAs(void* buffer, unsigned int& size) const {
-    if (!Fits(buffer, size, sizeof(T)))
-        return false;
-    T value{};
-    Get(value);
-    std::memcpy(buffer, &value, sizeof value);
-    return true;
-}
-
-template <class Text>
-bool MultiType::WriteAsText(void* buffer, unsigned int& size) const {
-    Text text;
-    Get(text);
-    if (!Fits(buffer, size, FlatSize(text)))
-        return false;
-    CopyUnits(buffer, text.c_str(), size, 1);
-    return true;
+    const TYPE held = Type(id);
+    if (type != nullptr)
+        *type = held;
+    return Write<Order::BIG_END_FIRST>(held, m_v, buffer, size);
 }
 
 bool MultiType::GetTyped(void* buffer, unsigned int& size, TYPE type, unsigned int* id) const {
     if (id != nullptr)
         *id = 0;
-    switch (type) {
-        case TYPE_RAW:
-            if (m_type == TYPE_RAW)
-                return Write(buffer, size, nullptr, id, 1);
-            size = 0;
-            return false;
-        case TYPE_BOOL:
-            return WriteAs<bool>(buffer, size);
-        case TYPE_CHAR:
-            return WriteAs<char>(buffer, size);
-        case TYPE_SHORT:
-            return WriteAs<short>(buffer, size);
-        case TYPE_INT:
-            return WriteAs<int>(buffer, size);
-        case TYPE_INT64:
-            return WriteAs<__int64>(buffer, size);
-        case TYPE_UCHAR:
-            return WriteAs<unsigned char>(buffer, size);
-        case TYPE_USHORT:
-            return WriteAs<unsigned short>(buffer, size);
-        case TYPE_UINT:
-            return WriteAs<unsigned int>(buffer, size);
-        case TYPE_UINT64:
-            return WriteAs<unsigned __int64>(buffer, size);
-        case TYPE_FLOAT:
-            return WriteAs<float>(buffer, size);
-        case TYPE_DOUBLE:
-            return WriteAs<double>(buffer, size);
-        case TYPE_STRING:
-            return WriteAsText<String>(buffer, size);
-        case TYPE_WSTRING:
-            return WriteAsText<WString>(buffer, size);
-        default:
-            size = 0;
-            return true;
-    }
+    if (type == TYPE_RAW && m_type == TYPE_RAW)
+        return Get(buffer, size, nullptr, id);
+    return kinds::Visit(type, [&](auto kind) { return WriteAs(kind, *this, buffer, size); });
 }
 
 unsigned int MultiType::GetTypedValueSize(TYPE type) const {
@@ -150,67 +185,45 @@ unsigned int MultiType::GetTypedValueSize(TYPE type) const {
 }
 
 const void* MultiType::GetBuffer(unsigned int* size, TYPE* type, unsigned int* id) const {
-    const void* flat = nullptr;
-    switch (LayoutOf(m_type).form) {
-        case Form::None:
-            break;
-        case Form::Block:
-            flat = m_v.r->Data();
-            break;
-        case Form::Inline:
-            flat = &m_v;
-            break;
-        case Form::Narrow:
-            flat = m_v.str->c_str();
-            break;
-        case Form::Wide:
-            flat = m_v.wstr->c_str();
-            break;
-    }
+    FlatForm form = kinds::Visit(m_type, [&](auto kind) { return FlatFormOf(kind, m_v); });
+    if (form.size > MOST_BYTES)
+        form = {nullptr, 0};
     if (size != nullptr)
-        *size = GetValueSize();
+        *size = ToldSize(form.size);
     const TYPE held = Type(id);
     if (type != nullptr)
         *type = held;
-    return flat;
+    return form.bytes;
 }
 
 bool MultiType::Set(const void* buffer, unsigned int size, TYPE type, unsigned int id) {
-    return Take(buffer, size, type, id, 1);
+    return kinds::Visit(type, [&]<class Kind>(Kind kind) {
+        if (Kind::FORM == Form::NO_KIND || size < Kind::LEAST_SIZE)
+            return false;
+        if constexpr (Kind::FORM == Form::NOTHING)
+            Invalidate();
+        else if constexpr (Kind::FORM == Form::BLOCK)
+            StoreRaw(size, buffer, id);
+        else if constexpr (Kind::FORM == Form::NUMBER)
+            Renew(type) = NumberAt<Order::HOST>(kind, buffer);
+        else if constexpr (Kind::ORDER_UNIT == 1)
+            assign(buffer != nullptr ? static_cast<const char*>(buffer) : "");
+        else
+            assign(buffer != nullptr ? ReadWide<Order::HOST>(kind, buffer) : WString());
+        return true;
+    });
 }
 
 bool MultiType::SetBigEndianFormatted(const void* buffer, unsigned int size, TYPE type,
                                       unsigned int id) {
-    return Take(buffer, size, type, id, LayoutOf(type).unit);
-}
-
-bool MultiType::Take(const void* buffer, unsigned int size, TYPE type, unsigned int id,
-                     unsigned int unit) {
-    const layout::Layout& wanted = LayoutOf(type);
-    const bool sized = wanted.form != Form::Block && wanted.form != Form::None;
-    if (!layout::IsHeldTag(type) || (sized && size < wanted.unit))
-        return false;
-    switch (wanted.form) {
-        case Form::None:
-            Invalidate();
-            break;
-        case Form::Block:
-            StoreRaw(size, buffer, id);
-            break;
-        case Form::Inline: {
-            // Read before the release: the buffer may lie in what is held.
-            Datum datum{};
-            if (buffer != nullptr)
-                CopyUnits(&datum, buffer, wanted.unit, unit);
-            Renew(type) = datum;
-            break;
-        }
-        case Form::Narrow:
-            assign(buffer != nullptr ? static_cast<const char*>(buffer) : "");
-            break;
-        case Form::Wide:
-            assign(buffer != nullptr ? ReadWide(buffer, unit) : WString());
-            break;
-    }
-    return true;
+    return kinds::Visit(type, [&]<class Kind>(Kind kind) {
+        // The byte order makes no difference to single bytes, nor to a null or refused buffer.
+        if (Kind::ORDER_UNIT == 1 || buffer == nullptr || size < Kind::LEAST_SIZE)
+            return Set(buffer, size, type, id);
+        if constexpr (Kind::FORM == Form::NUMBER)
+            Renew(type) = NumberAt<Order::BIG_END_FIRST>(kind, buffer);
+        else if constexpr (Kind::FORM == Form::TEXT)
+            assign(ReadWide<Order::BIG_END_FIRST>(kind, buffer));
+        return true;
+    });
 }

@@ -1,93 +1,70 @@
+#include "utilities/values/multitype.h"
+
 #include <cstring>
 
 #include "utilities/values/conversion_internal.h"
-#include "utilities/values/multitype.h"
+#include "utilities/values/kinds_internal.h"
 
-using conversion::FromNumber;
-using conversion::FromText;
+using kinds::Datum;
 
 namespace {
 
-/// The bytes at the start of a block as they stand, or 0 where it is shorter than a `T`.
-template <class T>
-T FirstBytes(const unsigned char* data, unsigned int size) {
-    if constexpr (std::is_same_v<T, bool>) {
-        return size >= 1 && data[0] != 0;
-    } else {
-        T result{};
-        if (size >= sizeof result)
-            std::memcpy(&result, data, sizeof result);
-        return result;
-    }
+/// Reads the datum of a kind as a number, one function for each sort of kind. With a number that
+/// isn't a tag, `out` stays as it is.
+template <class To>
+void Read(kinds::NoKind, const Datum&, To&) {}
+
+template <class To>
+void Read(kinds::Nothing, const Datum&, To& out) {
+    out = To();
+}
+
+/// The first bytes of the block as they are, or 0 if it has fewer than the number.
+template <class To>
+void Read(kinds::Block, const Datum& held, To& out) {
+    const unsigned char* data = held.r->Data();
+    if constexpr (std::is_same_v<To, bool>)
+        out = held.r->size >= 1 && data[0] != 0;
+    else if (held.r->size >= sizeof out)
+        std::memcpy(&out, data, sizeof out);
+    else
+        out = To();
+}
+
+/// A byte above 1 is copied to a `bool` unchanged. Loading it as a `bool` would be undefined.
+template <class To>
+void Read(kinds::Boolean, const Datum& held, To& out) {
+    if constexpr (std::is_same_v<To, bool>)
+        std::memcpy(&out, &held.b, sizeof out);
+    else
+        out = static_cast<To>(held.b != 0);
+}
+
+template <class To, class From, auto HELD>
+void Read(kinds::Number<From, HELD>, const Datum& held, To& out) {
+    out = conversion::FromNumber<To>(held.*HELD);
+}
+
+template <class To, class From, auto HELD>
+void Read(kinds::Text<From, HELD>, const Datum& held, To& out) {
+    out = conversion::FromText<To>(*(held.*HELD));
+}
+
+template <class To>
+void ReadNumber(MultiType::TYPE type, const Datum& held, To& out) {
+    kinds::Visit(type, [&](auto kind) { Read(kind, held, out); });
 }
 
 }  // namespace
 
-template <class T>
-void MultiType::Read(T& out) const {
-    switch (m_type) {
-        case TYPE_INVALID:
-            out = T();
-            break;
-        case TYPE_RAW:
-            out = FirstBytes<T>(m_v.r->Data(), m_v.r->size);
-            break;
-        case TYPE_BOOL:
-            // A byte above 1 passes through; it must not be loaded as a `bool` here.
-            if constexpr (std::is_same_v<T, bool>)
-                std::memcpy(&out, &m_v.b, sizeof out);
-            else
-                out = static_cast<T>(m_v.b != 0);
-            break;
-        case TYPE_CHAR:
-            out = FromNumber<T>(m_v.c);
-            break;
-        case TYPE_SHORT:
-            out = FromNumber<T>(m_v.sh);
-            break;
-        case TYPE_INT:
-            out = FromNumber<T>(m_v.i);
-            break;
-        case TYPE_INT64:
-            out = FromNumber<T>(m_v.ll);
-            break;
-        case TYPE_UCHAR:
-            out = FromNumber<T>(m_v.uc);
-            break;
-        case TYPE_USHORT:
-            out = FromNumber<T>(m_v.ush);
-            break;
-        case TYPE_UINT:
-            out = FromNumber<T>(m_v.ui);
-            break;
-        case TYPE_UINT64:
-            out = FromNumber<T>(m_v.ull);
-            break;
-        case TYPE_FLOAT:
-            out = FromNumber<T>(m_v.f);
-            break;
-        case TYPE_DOUBLE:
-            out = FromNumber<T>(m_v.d);
-            break;
-        case TYPE_STRING:
-            out = FromText<T>(*m_v.str);
-            break;
-        case TYPE_WSTRING:
-            out = FromText<T>(*m_v.wstr);
-            break;
-        default:
-            break;
-    }
-}
-
-void MultiType::Get(bool& out) const { Read(out); }
-void MultiType::Get(char& out) const { Read(out); }
-void MultiType::Get(short& out) const { Read(out); }
-void MultiType::Get(int& out) const { Read(out); }
-void MultiType::Get(__int64& out) const { Read(out); }
-void MultiType::Get(unsigned char& out) const { Read(out); }
-void MultiType::Get(unsigned short& out) const { Read(out); }
-void MultiType::Get(unsigned int& out) const { Read(out); }
-void MultiType::Get(unsigned __int64& out) const { Read(out); }
-void MultiType::Get(float& out) const { Read(out); }
-void MultiType::Get(double& out) const { Read(out); }
+void MultiType::Get(bool& out) const { ReadNumber(m_type, m_v, out); }
+void MultiType::Get(char& out) const { ReadNumber(m_type, m_v, out); }
+void MultiType::Get(short& out) const { ReadNumber(m_type, m_v, out); }
+void MultiType::Get(int& out) const { ReadNumber(m_type, m_v, out); }
+void MultiType::Get(__int64& out) const { ReadNumber(m_type, m_v, out); }
+void MultiType::Get(unsigned char& out) const { ReadNumber(m_type, m_v, out); }
+void MultiType::Get(unsigned short& out) const { ReadNumber(m_type, m_v, out); }
+void MultiType::Get(unsigned int& out) const { ReadNumber(m_type, m_v, out); }
+void MultiType::Get(unsigned __int64& out) const { ReadNumber(m_type, m_v, out); }
+void MultiType::Get(float& out) const { ReadNumber(m_type, m_v, out); }
+void MultiType::Get(double& out) const { ReadNumber(m_type, m_v, out); }

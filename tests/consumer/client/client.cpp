@@ -1,5 +1,5 @@
-// What a component does with the library across its boundary: values of a class derived over there,
-// texts, a digest, the status log, an exception, and the one function with a plain name.
+// What a client does across the library's boundary: values of a class that it derives, texts, a
+// digest, the status log, an exception, and the one function with a plain name.
 #include <cstdio>
 #include <fstream>
 #include <memory>

@@ -1,0 +1,115 @@
+/// A use of each class of the library, which any number of threads and processes can make at once.
+#ifndef TESTS_SUPPORT_USES_H
+#define TESTS_SUPPORT_USES_H
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+
+#include "utilities/utilities.h"
+
+/// `run` returns whether all was as it must be. `own` begins the names of files for this call
+/// alone.
+struct Use {
+    const char* name;
+    bool (*run)(const std::string& own);
+};
+
+struct SmallCache : CacheManager {
+    SmallCache() : CacheManager(5, 8) {}
+    void writeBackNode(CacheNode*) override {}
+};
+
+/// The device that the serial uses compete for.
+inline const char* TerminalDevice() {
+    static const std::string device = [] {
+        const int side = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        return grantpt(side) == 0 && unlockpt(side) == 0 ? ptsname(side) : "";
+    }();
+    return device.c_str();
+}
+
+inline const Use USES[] = {
+    {"locks",
+     [](const std::string&) {
+         static MutexLock common("common");
+         MutexLock passing("passing");
+         common.Lock();
+         passing.Lock(), passing.Lock(), passing.Unlock();
+         common.Unlock();
+         SemaphoreLock semaphore(1, 1);
+         EventLock event;
+         event.Set();
+         return semaphore.TryLock(0) && event.Wait(0);
+     }},
+    {"time",
+     [](const std::string&) {
+         std::ostringstream out;
+         out << BqGMTime::getCurrentTime();
+         return !out.str().empty();
+     }},
+    {"unique ids", [](const std::string&) { return create_unique_id() != create_unique_id(); }},
+    {"values",
+     [](const std::string&) { return MultiType(12) == MultiType("12") || String("12") == "12"; }},
+    {"cache",
+     [](const std::string&) {
+         SmallCache cache;
+         for (unsigned int id = 0; id < 8; ++id)
+             cache.addNodeID_ToWC(id)->setNodeState(0);
+         return cache.searchNodeID_InWC(7) != nullptr;
+     }},
+    {"record file",
+     [](const std::string& own) {
+         BinaryFile file(8, 0);
+         return CREAT((own + "r").c_str(), 0600, -1, -1) &&
+                file.openFile(own + "r", BinaryFile::BF_EXTEND, BinaryFile::BF_DENYNO, 0) == 0 &&
+                file.writeFile(0xFFFFFFFF) == 8 && file.readFile(1) == 8;
+     }},
+    {"mapped file",
+     [](const std::string& own) {
+         return MappedFile((own + "m").c_str(), 2, 4096).getAddr() != nullptr;
+     }},
+    {"status log", [](const std::string&) { return VYStatusLogWrite("used"), true; }},
+    {"serial port",
+     [](const std::string&) {
+         CComm port;
+         SetSerialDevice(2, TerminalDevice());
+         if (port.Open(2, 9600, 'N', 8, 1))
+             port.RxSize(), port.ClearRXBuffer();
+         return true;
+     }},
+    {"compression",
+     [](const std::string& own) {
+         std::ofstream(own + "z") << "content";
+         return *ZIP((own + "z").c_str(), (own + "y").c_str(), true) != '\0';
+     }},
+    {"lists",
+     [](const std::string&) {
+         std::ostringstream out;
+         showMutexList(out, true);
+         return ThreadList::getInstance()->getThreadInfo(255).m_ThreadId == 0;
+     }},
+    {"threads",
+     [](const std::string&) {
+         // On the heap, as the thread that makes this use may be killed in it.
+         auto* const killed = new SystemThread("killed", [](SystemThread*) { return sleep(3600); });
+         auto* const ended = new SystemThread("ended", [](SystemThread*) { return 5u; });
+         const bool stopped = killed->Create(true, 0) && killed->Resume() == 1 &&
+                              killed->Suspend() == 0 && killed->Terminate(3);
+         const bool ran = ended->Create(false, 0) &&
+                          (ended->WaitForThreadExit(60000) || ended->getHandle() == nullptr);
+         delete killed;
+         const bool isDone = stopped && ran && ended->getExitCode() == 5;
+         delete ended;
+         return isDone;
+     }},
+};
+
+#endif

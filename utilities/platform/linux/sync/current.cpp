@@ -1,0 +1,7 @@
+#include "utilities/platform/linux/sync/current.h"
+
+namespace platform {
+
+constinit thread_local CurrentThread current{};
+
+}  // namespace platform

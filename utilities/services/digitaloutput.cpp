@@ -1,0 +1,3 @@
+#include "utilities/services/digitaloutput.h"
+
+void SetDigOut(bool) {}
