@@ -42,7 +42,7 @@ void Report(const String& store, const String& archive) {
 
 }  // namespace
 
-ExitStatus Archive(const CommandLine& line) {
+int Archive(const CommandLine& line) {
     const String store = ForCommandLine(StoreOf(line));
     const String destination = ForCommandLine(line.words[0]);
     const String archive = destination + getZipfileExtension();
@@ -55,7 +55,7 @@ ExitStatus Archive(const CommandLine& line) {
 }
 
 /// The old store is replaced only when the whole archive has proved to be a store.
-ExitStatus Restore(const CommandLine& line) {
+int Restore(const CommandLine& line) {
     const String store = ForCommandLine(StoreOf(line));
     const String source = ForCommandLine(line.words[0]);
     const String archive = source + getZipfileExtension();

@@ -14,27 +14,27 @@ enum ExitStatus { STATUS_DONE = 0, STATUS_FAILED = 1, STATUS_USAGE = 2, STATUS_I
 /// totals at the end. With `--since DATE` and `--until DATE` only those that were modified in these
 /// days.
 /// `--threads` threads read the files, as in all commands that read files.
-ExitStatus List(const CommandLine& line);
+int List(const CommandLine& line);
 
 // All commands below work on the catalogue in `--store FILE`. Those that read many files show their
 // progress and print totals, unless `--quiet` is given.
 
 /// `scan DIR`: enters the files below DIR in the catalogue, which is created if it is missing, and
 /// prints how many are new, changed, unchanged and missing since the last scan.
-ExitStatus ScanDirectory(const CommandLine& line);
+int ScanDirectory(const CommandLine& line);
 
 /// `show`: prints the directories that were scanned, and a table of all files. `find PATTERN`:
 /// prints a table of the files whose own name matches.
-ExitStatus Show(const CommandLine& line);
-ExitStatus Find(const CommandLine& line);
+int Show(const CommandLine& line);
+int Find(const CommandLine& line);
 
 /// `verify`: reads all files again and prints which are new, changed or missing, with totals.
 /// STATUS_FAILED if there are any.
-ExitStatus Verify(const CommandLine& line);
+int Verify(const CommandLine& line);
 
 /// `archive OUT`: compresses the store to OUT.gz. `restore IN`: replaces the store by that in
 /// IN.gz. Both print the sizes, and overwrite nothing without `--force`.
-ExitStatus Archive(const CommandLine& line);
-ExitStatus Restore(const CommandLine& line);
+int Archive(const CommandLine& line);
+int Restore(const CommandLine& line);
 
 #endif

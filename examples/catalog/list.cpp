@@ -52,7 +52,7 @@ void PrintTable(const std::vector<ListedFile>& files) {
 
 }  // namespace
 
-ExitStatus List(const CommandLine& line) {
+int List(const CommandLine& line) {
     const int threads = NumberOfThreads(line);
     const BqDateRange range = RangeOf(line);
     VYStatusLogAppend("looking for files");

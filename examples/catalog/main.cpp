@@ -1,9 +1,7 @@
 // Keeps a catalogue of a directory tree.
-#include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <exception>
-#include <iterator>
 
 #include "commands.h"
 #include "interrupt.h"
@@ -11,51 +9,51 @@
 
 namespace {
 
-struct Command {
-    const char* name;
-    const char* usage;
-    ExitStatus (*run)(const CommandLine&);
-};
+const Program PROGRAM = {
+    "catalog",
+    "Keeps a catalogue of directory trees and tells what changed in them.",
+    {{'s', "store", "FILE", "the catalogue's file"},
+     {'j', "threads", "N", "read with N threads; by default one for each processor"},
+     {'q', "quiet", nullptr, "print no progress and no totals"},
+     {'f', "force", nullptr, "overwrite what exists"},
+     {'\0', "since", "DATE", "only what was modified on DATE, as 2021-12-31, or later"},
+     {'\0', "until", "DATE", "only what was modified on DATE or earlier"}},
+    {
+        {"list", "DIR [PATTERN]", "since until threads",
+         "Lists the files below DIR with size, time and digest. Only those whose own name matches "
+         "PATTERN.",
+         List},
+        {"scan", "DIR", "store! threads quiet", "Enters the files below DIR in the catalogue.",
+         ScanDirectory},
+        {"show", "", "store!", "Lists what the catalogue has.", Show},
+        {"find", "PATTERN", "store!", "Lists the files whose own name matches PATTERN.", Find},
+        {"verify", "", "store! threads quiet",
+         "Reads all files again and tells which are new, changed or missing.", Verify},
+        {"archive", "OUT", "store! force", "Compresses the catalogue to OUT.gz.", Archive},
+        {"restore", "IN", "store! force", "Replaces the catalogue by that in IN.gz.", Restore},
+    },
+    "The exit status is 0 if all is well, 1 if something differs or can't be read, 2 for a wrong "
+    "command line, 130 after an interrupt."};
 
-constexpr Command COMMANDS[] = {
-    {"list", "list DIR [PATTERN] [--since DATE] [--until DATE] [--threads N]", List},
-    {"scan", "scan DIR --store FILE [--threads N] [--quiet]", ScanDirectory},
-    {"show", "show --store FILE", Show},
-    {"find", "find PATTERN --store FILE", Find},
-    {"verify", "verify --store FILE [--threads N] [--quiet]", Verify},
-    {"archive", "archive OUT --store FILE [--force]", Archive},
-    {"restore", "restore IN --store FILE [--force]", Restore},
-};
-
-ExitStatus ShowUsage() {
-    for (const Command& command : COMMANDS)
-        std::fprintf(stderr, "usage: catalog %s\n", command.usage);
-    return STATUS_USAGE;
-}
-
-ExitStatus Run(const Command& command, const CommandLine& line, const Arguments& arguments) {
+int RunLogged(const CommandLine& line, const Arguments& arguments) {
     String started;
     for (const String& argument : arguments)
         started.append(started.empty() ? "" : " ").append(Escaped(argument));
     VYStatusLogStart();
     VYStatusLogWrite(started.c_str());
 
-    const ExitStatus status = command.run(line);
+    const int status = line.command->run(line);
     FinishOutput();
     VYStatusLogAppend(status == STATUS_DONE ? "done" : "done, with failures");
     return status;
 }
 
-ExitStatus Run(const Arguments& arguments) {
-    const auto command = std::find_if(
-        std::begin(COMMANDS), std::end(COMMANDS),
-        [&](const Command& one) { return !arguments.empty() && arguments[0] == one.name; });
-    if (command == std::end(COMMANDS))
-        return ShowUsage();
-    const auto line = ParseCommandLine({arguments.begin() + 1, arguments.end()}, command->usage);
-    if (!line)
-        return ShowUsage();
-    return Run(*command, *line, arguments);
+int Run(const Arguments& arguments) {
+    const auto line = ParseCommandLine(PROGRAM, arguments);
+    if (line)
+        return RunLogged(*line, arguments);
+    FinishOutput();
+    return STATUS_DONE;
 }
 
 /// Tells the user and the status log why a run failed.

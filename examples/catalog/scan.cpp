@@ -107,7 +107,7 @@ private:
 
 }  // namespace
 
-ExitStatus ScanDirectory(const CommandLine& line) {
+int ScanDirectory(const CommandLine& line) {
     const int threads = NumberOfThreads(line);
     const bool quiet = line.Has("quiet");
     VYStatusLogAppend("opening the store");

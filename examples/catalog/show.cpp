@@ -45,14 +45,14 @@ void ShowFiles(Store& store, const String& pattern) {
 
 }  // namespace
 
-ExitStatus Show(const CommandLine& line) {
+int Show(const CommandLine& line) {
     Store store(StoreOf(line), Store::TO_READ);
     ShowDirectories(store);
     ShowFiles(store, "*");
     return STATUS_DONE;
 }
 
-ExitStatus Find(const CommandLine& line) {
+int Find(const CommandLine& line) {
     Store store(StoreOf(line), Store::TO_READ);
     ShowFiles(store, line.words[0]);
     return STATUS_DONE;

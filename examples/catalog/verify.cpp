@@ -92,7 +92,7 @@ Findings VerifyAll(Store& store, const CommandLine& line) {
 
 }  // namespace
 
-ExitStatus Verify(const CommandLine& line) {
+int Verify(const CommandLine& line) {
     Store store(StoreOf(line), Store::TO_READ);
     const Findings findings = VerifyAll(store, line);
     unsigned int counts[std::size(STATE_NAMES)] = {};

@@ -15,15 +15,6 @@ enum ExitStatus { STATUS_DONE = 0, STATUS_FAILED = 1, STATUS_USAGE = 2 };
 
 constexpr int MOST_BAUD = 256000;
 
-constexpr char USAGE[] =
-    "portmon DEVICE [--baud N] [--parity LETTER] [--data-bits N] [--stop-bits N] [--handshake]\n"
-    "               [--hex]";
-
-ExitStatus ShowUsage() {
-    std::fprintf(stderr, "usage: %s\n", USAGE);
-    return STATUS_USAGE;
-}
-
 char ParityOf(const CommandLine& line) {
     const String* const letter = line.ValueOf("parity");
     if (letter == nullptr)
@@ -39,12 +30,30 @@ LineSettings SettingsOf(const CommandLine& line) {
             line.Has("handshake")};
 }
 
-ExitStatus Run(const Arguments& arguments) {
-    const auto line = ParseCommandLine(arguments, USAGE);
-    if (!line)
-        return ShowUsage();
-    Monitor(line->words[0], SettingsOf(*line), line->Has("hex")).Run();
+int RunMonitor(const CommandLine& line) {
+    Monitor(line.words[0], SettingsOf(line), line.Has("hex")).Run();
     return STATUS_DONE;
+}
+
+const Program PROGRAM = {
+    "portmon",
+    "Shows what happens on a serial port, and sends lines to it.",
+    {{'b', "baud", "N", "bits per second, 9600 by default"},
+     {'p', "parity", "LETTER", "N none, O odd, E even, M mark, S space; N by default"},
+     {'d', "data-bits", "N", "5 to 8 bits per character, 8 by default"},
+     {'s', "stop-bits", "N", "1 or 2, 1 by default"},
+     {'\0', "handshake", nullptr, "let RTS and CTS control the flow"},
+     {'x', "hex", nullptr, "show bytes in hexadecimal digits"}},
+    {{"", "DEVICE", "baud parity data-bits stop-bits handshake hex",
+      "Shows what happens on the serial port DEVICE, and sends the lines of the standard input.",
+      RunMonitor}},
+    ""};
+
+int Run(const Arguments& arguments) {
+    const auto line = ParseCommandLine(PROGRAM, arguments);
+    const int status = line ? line->command->run(*line) : STATUS_DONE;
+    FinishOutput();
+    return status;
 }
 
 ExitStatus Fail(const std::exception& failure, ExitStatus status) {

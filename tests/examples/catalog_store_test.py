@@ -132,7 +132,6 @@ class Store(unittest.TestCase):
                     self.assertEqual(self.run_catalog(*command),
                                      (1, "", f"catalog: {self.store}: {reason}\n"))
                     self.assertEqual(self.store.read_bytes(), content)
-        self.assertEqual(self.start("show").communicate()[1], "catalog: --store FILE is missing\n")
 
     def test_does_not_take_for_missing_what_it_cannot_see(self):
         self.put("shut/file", b"1")

@@ -150,22 +150,29 @@ class Catalog(unittest.TestCase):
                              (1, "catalog: standard output: No space left on device\n"))
         self.assertEqual(self.log("vy-last-stop-status")[0], "list loop")
 
-    def test_shows_its_usage_for_wrong_arguments(self):
-        usage = ("usage: catalog list DIR [PATTERN] [--since DATE] [--until DATE] [--threads N]\n"
-                 "usage: catalog scan DIR --store FILE [--threads N] [--quiet]\n"
-                 "usage: catalog show --store FILE\n"
-                 "usage: catalog find PATTERN --store FILE\n"
-                 "usage: catalog verify --store FILE [--threads N] [--quiet]\n"
-                 "usage: catalog archive OUT --store FILE [--force]\n"
-                 "usage: catalog restore IN --store FILE [--force]\n")
-        for arguments in ((), ("list",), ("list", "tree", "*", "more"), ("lists", "tree"), ("",),
-                          ("list", "tree", "--thread", "1"), ("list", "tree", "--threads")):
+    def test_explains_itself_and_names_what_is_wrong(self):
+        for arguments, said in ((("--help",), "\n  verify "), (("list", "-j4", "--help"), "\n  -j, "),
+                                (("--version",), "catalog (Utilities) "),
+                                (("list", "--vers"), "catalog (Utilities) ")):
+            status, output, errors = self.run_catalog(*arguments)
+            self.assertEqual((status, said in "\n" + output, errors), (0, True, ""))
+        for arguments, reason in (
+                ("", "a command is missing; try 'catalog --help'"),
+                ("lists tree", "unknown command 'lists'; try 'catalog --help'"),
+                ("list", "DIR is missing; try 'catalog list --help'"),
+                ("list tree * more", "'more' is one word too many; try 'catalog list --help'"),
+                ("list --hread 1", "unknown option '--hread'; try 'catalog list --help'"),
+                ("list tree -jx", "--threads x: not a number from 1 to 256"),
+                ("list -z", "unknown option '-z'; try 'catalog list --help'"),
+                ("scan tree --store", "option '--store' needs a value; try 'catalog scan --help'"),
+                ("scan tree", "--store FILE is missing; try 'catalog scan --help'"),
+                ("scan --quiet=1", "option '--quiet' takes no value; try 'catalog scan --help'"),
+                *((f"list tree --threads {number}",
+                   f"--threads {number}: not a number from 1 to 256")
+                  for number in ("0", "257", "1x", "-1"))):
             with self.subTest(arguments):
-                self.assertEqual(self.run_catalog(*arguments), (2, "", usage))
-        self.assertFalse(os.path.exists(os.path.join(self.work, "vy-current-status")))
-        for number in ("", "0", "257", "1x", "-1"):
-            self.assertEqual(self.run_catalog("list", "tree", "--threads", number),
-                             (2, "", "catalog: --threads: not a number from 1 to 256\n"))
+                self.assertEqual(self.run_catalog(*arguments.split()),
+                                 (2, "", f"catalog: {reason}\n"))
 
     def test_prints_the_same_table_whatever_the_number_of_threads(self):
         for number in range(300):

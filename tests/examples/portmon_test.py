@@ -80,7 +80,7 @@ class PortMonitor(unittest.TestCase):
         for arguments, status in (("", 2), ("--fast", 2), ("more", 2), ("--parity NO", 2),
                                   ("--baud 0", 2), ("--data-bits 9", 2), ("--stop-bits 3", 2)):
             wrong = self.start(*([self.device] if arguments else []), *arguments.split())
-            self.assertIn(wrong.stderr.readline().split(":")[0], ("usage", "portmon"))
+            self.assertTrue(wrong.stderr.readline().startswith("portmon: "))
             self.assertEqual(wrong.wait(), status, arguments)
 
 
