@@ -1,5 +1,5 @@
-// Texts stored and read as every number, and converted between the widths, in the "C" locale and in
-// UTF-8.
+// Texts stored and read as every number, and converted between the widths, whole and by formats, in
+// the "C" locale and in UTF-8.
 #include <clocale>
 
 #include "fuzz/input.h"
@@ -12,6 +12,14 @@ void RequireWayBack(const Text& text) {
     const Text back{Other(text)};
     REQUIRE(text.compare(0, back.size(), back) == 0);
     REQUIRE(!text.IsASCII() || back == text.c_str());
+}
+
+/// With any width and precision nothing is written or read beyond an end.
+void TryFormats(const String& narrow, const WString& wide) {
+    for (const char* format : {"%S", "%-30.2S", "%1200S", "%.1200S", "%7.600S"}) {
+        String().Format(format, wide.c_str());
+        WString().Format(WString(format).c_str(), narrow.c_str());
+    }
 }
 
 }  // namespace
@@ -35,6 +43,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         REQUIRE(stored.GetAs<String>() == String(stored.GetAs<WString>()));
     }
     RequireWayBack<WString>(text);
-    RequireWayBack<String>(WString(ToText<WideChar>(bytes)));
+    const WString units(ToText<WideChar>(bytes));
+    RequireWayBack<String>(units);
+    TryFormats(text, units);
     return 0;
 }
