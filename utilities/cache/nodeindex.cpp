@@ -85,8 +85,8 @@ void CacheNodeIndex::MoveToBack(Iterator node) {
         m_FirstClean.store(std::next(node)->m_Entry, std::memory_order_relaxed);
     m_Nodes.splice(m_Nodes.end(), m_Nodes, node);
     entry.order = ++m_LastOrder;
-    if (!entry.hasNewID && FindInChain(BucketOf(entry.id), entry.id) != &entry)
-        NoteNewID(entry);  // It has become the newest of several with its id.
+    if (!entry.hasNewID && !IsNewestOfID(entry))
+        NoteNewID(entry);  // It has become the newest.
 }
 
 void CacheNodeIndex::Rebuild(Storage storage) {
@@ -161,25 +161,31 @@ void CacheNodeIndex::LinkThoseWithNewIDs() {
 // first one with its id, as the entry's node has just moved to the back.
 void CacheNodeIndex::Link(CacheNodeEntry& entry) {
     entry.id = entry.node->getNodeID();
+    entry.previous = nullptr;
     if (entry.id == CacheNode::getDefaultNodeID())
         return;
     CacheNodeEntry** link = &BucketOf(entry.id);
-    while (*link != nullptr && ((*link)->id != entry.id || (*link)->order > entry.order))
+    while (*link != nullptr && ((*link)->id != entry.id || (*link)->order > entry.order)) {
+        entry.previous = *link;
         link = &(*link)->next;
-    entry.link = link;
+    }
     entry.next = *link;
     if (entry.next != nullptr)
-        entry.next->link = &entry.next;
+        entry.next->previous = &entry;
     *link = &entry;
 }
 
 void CacheNodeIndex::Unlink(CacheNodeEntry& entry) {
-    if (entry.link == nullptr)
+    if (entry.id == CacheNode::getDefaultNodeID())
         return;
-    *entry.link = entry.next;
+    (entry.previous != nullptr ? entry.previous->next : BucketOf(entry.id)) = entry.next;
     if (entry.next != nullptr)
-        entry.next->link = entry.link;
-    entry.link = nullptr;
+        entry.next->previous = entry.previous;
+}
+
+// Most often it is the first one in its chain.
+inline bool CacheNodeIndex::IsNewestOfID(const CacheNodeEntry& entry) {
+    return entry.previous == nullptr || FindInChain(BucketOf(entry.id), entry.id) == &entry;
 }
 
 // Fibonacci hashing: the product with 2^64 divided by the golden ratio spreads over its high bits

@@ -19,8 +19,7 @@ struct CacheNodeEntry {
     std::uint64_t order = 0;  ///< Grows from the front of the list to its back.
     std::uint32_t id = 0;     ///< The id under which the entry is linked.
     bool hasNewID = false;    ///< The node may have another id; it is in the stack of such nodes.
-    CacheNodeEntry** link =
-        nullptr;  ///< The pointer to the entry in its chain; null outside chains.
+    CacheNodeEntry* previous = nullptr;  ///< In the chain of the bucket of `id`.
     CacheNodeEntry* next = nullptr;
     CacheNodeEntry* nextWithNewID = nullptr;
 };
@@ -83,7 +82,8 @@ private:
     void Release();
     void LinkThoseWithNewIDs();
     void Link(CacheNodeEntry& entry);
-    static void Unlink(CacheNodeEntry& entry);
+    void Unlink(CacheNodeEntry& entry);
+    bool IsNewestOfID(const CacheNodeEntry& entry);
     CacheNodeEntry*& BucketOf(std::uint32_t id);
 
     std::list<CacheNode>& m_Nodes;

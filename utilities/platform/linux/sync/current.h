@@ -62,8 +62,20 @@ inline void BeginDeferral() {
     std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
-/// What it does at its end. Implemented by the threads' folder, which stands above. May not return.
-void EndDeferral();
+/// Ends all deferrals of the calling thread, and does what was asked for meanwhile. Implemented by
+/// the threads' folder, which stands above. May not return.
+void EndAllDeferrals();
+
+/// What a `StopDeferral` does at its end. May not return. What comes before the handler acts by
+/// itself again is found by the look that follows.
+inline void EndDeferral() {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    const std::uint32_t others = current.deferrals - 1;
+    current.deferrals = others;
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    if (others == 0 && (current.pending || current.committed)) [[unlikely]]
+        EndAllDeferrals();
+}
 
 }  // namespace platform
 

@@ -140,14 +140,6 @@ bool Stop() {
     return true;
 }
 
-void EndDeferral() {
-    std::atomic_signal_fence(std::memory_order_seq_cst);
-    if (current.deferrals == 1)
-        EndAllDeferrals();
-    else
-        current.deferrals = current.deferrals - 1;
-}
-
 // What comes before the handler acts by itself again is found by the look that follows.
 void EndAllDeferrals() {
     do {

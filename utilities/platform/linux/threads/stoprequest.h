@@ -67,9 +67,6 @@ std::uint32_t RemoveSuspension(ThreadRecord& record);
 /// Has the calling thread park at the end of its deferrals, by its own wish.
 void ParkAtEndOfDeferrals();
 
-/// Ends all deferrals of the calling thread, and does what was asked for meanwhile. May not return.
-void EndAllDeferrals();
-
 }  // namespace platform
 
 #endif
