@@ -27,23 +27,23 @@ struct SmallCache : CacheManager {
     void writeBackNode(CacheNode*) override {}
 };
 
+// Ready before there are threads: to initialise a local static would not outlive a fork or a kill.
+
 /// The device that the serial uses compete for.
-inline const char* TerminalDevice() {
-    static const std::string device = [] {
-        const int side = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        return grantpt(side) == 0 && unlockpt(side) == 0 ? ptsname(side) : "";
-    }();
-    return device.c_str();
-}
+inline const std::string TERMINAL_DEVICE = [] {
+    const int side = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    return grantpt(side) == 0 && unlockpt(side) == 0 ? ptsname(side) : "";
+}();
+
+inline MutexLock commonLock("common");
 
 inline const Use USES[] = {
     {"locks",
      [](const std::string&) {
-         static MutexLock common("common");
          MutexLock passing("passing");
-         common.Lock();
+         commonLock.Lock();
          passing.Lock(), passing.Lock(), passing.Unlock();
-         common.Unlock();
+         commonLock.Unlock();
          SemaphoreLock semaphore(1, 1);
          EventLock event;
          event.Set();
@@ -80,7 +80,7 @@ inline const Use USES[] = {
     {"serial port",
      [](const std::string&) {
          CComm port;
-         SetSerialDevice(2, TerminalDevice());
+         SetSerialDevice(2, TERMINAL_DEVICE.c_str());
          if (port.Open(2, 9600, 'N', 8, 1))
              port.RxSize(), port.ClearRXBuffer();
          return true;
