@@ -29,6 +29,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <utility>
 
 #include "utilities/frame/export.h"
 #include "utilities/frame/types.h"
@@ -42,6 +43,8 @@ public:
     /// `std::logic_error`.
     String(const char* text);
     String(const std::basic_string<char>& text);
+    UTILITIES_LOCAL String(std::basic_string<char>&& text) noexcept
+        : std::basic_string<char>(std::move(text)) {}
 
     /// The conversion of `text`.
     String(const std::basic_string<WideChar>& text);
@@ -174,6 +177,8 @@ public:
     WString();
     WString(const WideChar* text);
     WString(const std::basic_string<WideChar>& text);
+    UTILITIES_LOCAL WString(std::basic_string<WideChar>&& text) noexcept
+        : std::basic_string<WideChar>(std::move(text)) {}
 
     /// The conversion of `text`. For a null pointer the narrow base's constructor throws
     /// `std::logic_error`.

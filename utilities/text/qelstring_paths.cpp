@@ -115,7 +115,9 @@ void String::SetTerminationChar(char c) { Terminate<char>(*this, c); }
 String String::RemoveDriveAndDir(const String& path) {
     runtime::PathParts<char> parts;
     Split(path.c_str(), parts);
-    return String(parts.name) += parts.extension;
+    String result(parts.name);
+    result += parts.extension;
+    return result;
 }
 
 void String::StripOffTagNameAndDollarSigns() {

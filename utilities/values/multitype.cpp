@@ -16,6 +16,8 @@
 #include <functional>
 #include <memory>
 #include <new>
+#include <type_traits>
+#include <utility>
 
 #include "utilities/frame/assert_internal.h"
 #include "utilities/values/kinds_internal.h"
@@ -82,12 +84,13 @@ void* Allocate(std::size_t size) {
 
 /// Returns a new text, or null where the allocation returns null.
 template <class Text, class Source>
-Text* NewText(const Source& source) {
+Text* NewText(Source&& source) {
     struct Release {
         void operator()(void* memory) const { ::operator delete(memory); }
     };
     std::unique_ptr<void, Release> memory(Allocate(sizeof(Text)));
-    Text* const text = memory != nullptr ? new (memory.get()) Text(source) : nullptr;
+    Text* const text =
+        memory != nullptr ? new (memory.get()) Text(std::forward<Source>(source)) : nullptr;
     static_cast<void>(memory.release());
     return text;
 }
@@ -248,19 +251,22 @@ MultiType::Datum& MultiType::Renew(TYPE type) {
     });
 }
 
+void MultiType::HoldWide(WString&& text) { HoldText(m_v.wstr, TYPE_WSTRING, std::move(text)); }
+
 template <class Text, class Source>
-void MultiType::HoldText(Text*& held, TYPE type, const Source& source) {
+void MultiType::HoldText(Text*& held, TYPE type, Source&& source) {
     if (m_type == type && held != nullptr) {
-        // A pointer becomes a text of its own first, as it may point into the text that is held.
-        *held = static_cast<const Text&>(source);
+        // A pointer may lead into the text that is held: strings can be assigned a part of their
+        // own.
+        *held = std::forward<Source>(source);
         return;
     }
-    if constexpr (std::is_pointer_v<Source>) {
+    if constexpr (std::is_pointer_v<std::remove_cvref_t<Source>>) {
         if (LiesIn(m_type, m_v, source)) {
             *this = MultiType(source);
             return;
         }
     }
     Renew(type);
-    held = NewText<Text>(source);
+    held = NewText<Text>(std::forward<Source>(source));
 }

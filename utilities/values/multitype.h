@@ -313,7 +313,10 @@ private:
 
     /// Holds the text of `source` in `held`, which is the datum's member for that tag.
     template <class Text, class Source>
-    UTILITIES_LOCAL void HoldText(Text*& held, TYPE type, const Source& source);
+    UTILITIES_LOCAL void HoldText(Text*& held, TYPE type, Source&& source);
+
+    /// Holds the text, which isn't part of what is held.
+    UTILITIES_LOCAL void HoldWide(WString&& text);
 };
 
 #endif

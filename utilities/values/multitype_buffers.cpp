@@ -209,7 +209,7 @@ bool MultiType::Set(const void* buffer, unsigned int size, TYPE type, unsigned i
         else if constexpr (Kind::ORDER_UNIT == 1)
             assign(buffer != nullptr ? static_cast<const char*>(buffer) : "");
         else
-            assign(buffer != nullptr ? ReadWide<Order::HOST>(kind, buffer) : WString());
+            HoldWide(buffer != nullptr ? ReadWide<Order::HOST>(kind, buffer) : WString());
         return true;
     });
 }
@@ -223,7 +223,7 @@ bool MultiType::SetBigEndianFormatted(const void* buffer, unsigned int size, TYP
         if constexpr (Kind::FORM == Form::NUMBER)
             Renew(type) = NumberAt<Order::BIG_END_FIRST>(kind, buffer);
         else if constexpr (Kind::FORM == Form::TEXT)
-            assign(ReadWide<Order::BIG_END_FIRST>(kind, buffer));
+            HoldWide(ReadWide<Order::BIG_END_FIRST>(kind, buffer));
         return true;
     });
 }
