@@ -3,6 +3,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#ifdef UTILITIES_HAS_ABSEIL
+#include <absl/strings/str_format.h>
+#endif
 #ifdef UTILITIES_HAS_ICU
 #include <unicode/unistr.h>
 #include <unicode/ustring.h>
@@ -171,6 +174,13 @@ void MeasureFormat() {
                                              input.text.c_str(), input.number);
             target.assign(buffer, static_cast<std::size_t>(length));
         });
+#ifdef UTILITIES_HAS_ABSEIL
+    MeasureInto<std::string>(
+        row + "Abseil", Arguments{}, [](std::string& target, const Arguments& input) {
+            target.clear();
+            absl::StrAppendFormat(&target, FORMAT, input.integer, input.text, input.number);
+        });
+#endif
 #ifdef UTILITIES_HAS_QT
     MeasureInto<QString>(row + "Qt", Arguments{}, [](QString& target, const Arguments& input) {
         target = QString::asprintf(FORMAT, input.integer, input.text.c_str(), input.number);

@@ -7,6 +7,9 @@
 #include <string>
 #include <type_traits>
 #include <utility>
+#ifdef UTILITIES_HAS_ABSEIL
+#include <absl/strings/str_cat.h>
+#endif
 
 #include "benchmarks/measure.h"
 #include "benchmarks/variants.h"
@@ -100,7 +103,8 @@ void MeasureTextToText(const std::string& row, const Forms& held) {
             [](const Variant& value) { return std::get<std::string>(value); });
 }
 
-/// The standard library makes the same characters where the decimal point is a dot.
+/// The standard library makes the same characters where the decimal point is a dot, and so does
+/// Abseil: it writes a double with up to six digits.
 template <class Number, class... Form>
 void MeasureNumberToText(const std::string& row, Number number, Form... form) {
     MeasureToText(row, Forms(number));
@@ -109,6 +113,10 @@ void MeasureNumberToText(const std::string& row, Number number, Form... form) {
         return std::string(buffer,
                            std::to_chars(buffer, buffer + sizeof buffer, value, form...).ptr);
     });
+#ifdef UTILITIES_HAS_ABSEIL
+    Measure("Read/" + row + "/Abseil", number,
+            [](const Number& value) { return absl::StrCat(value); });
+#endif
 }
 
 const bool REGISTERED = [] {
