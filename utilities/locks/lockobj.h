@@ -52,6 +52,13 @@ public:
     /// count and frees nothing.
     void Unlock();
 
+    /// `Lock`, `TryLock(0)` and `Unlock` under the names that the standard library's guards call,
+    /// as in `std::scoped_lock guard(mutex)`. No guard gives up the mutex of a thread that is
+    /// killed.
+    void lock() { Lock(); }
+    bool try_lock() { return TryLock(0); }
+    void unlock() { Unlock(); }
+
     /// Lists the mutex under the first 24 characters of `name`, a short one too. It must not be
     /// null.
     void SetName(const char* name);

@@ -27,8 +27,11 @@
 #ifndef UTILITIES_TEXT_QELSTRING_H
 #define UTILITIES_TEXT_QELSTRING_H
 
+#include <functional>
 #include <iosfwd>
 #include <string>
+#include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "utilities/frame/export.h"
@@ -36,6 +39,10 @@
 
 /// Narrow text.
 class UTILITIES_EXPORT String : public std::basic_string<char> {
+    template <class... Arguments>
+    using AnyObject =
+        std::enable_if_t<((std::is_class_v<Arguments> || std::is_union_v<Arguments>) || ...)>;
+
 public:
     String();
 
@@ -48,6 +55,12 @@ public:
 
     /// The conversion of `text`.
     String(const std::basic_string<WideChar>& text);
+    template <class View,
+              class = std::enable_if_t<std::is_same_v<View, std::basic_string_view<WideChar>>>>
+    explicit String(View text) : String(std::basic_string<WideChar>(text)) {}
+
+    /// All others of the base.
+    using std::basic_string<char>::basic_string;
 
     String(const String& other);
     UTILITIES_LOCAL String(String&& other) noexcept = default;
@@ -55,6 +68,12 @@ public:
     String& operator=(const String& other);
     UTILITIES_LOCAL String& operator=(String&& other) noexcept = default;
     using std::basic_string<char>::operator=;
+    template <class View,
+              class = std::enable_if_t<std::is_same_v<View, std::basic_string_view<WideChar>>>>
+    String& operator=(View text) {
+        Assign(std::basic_string<WideChar>(text));
+        return *this;
+    }
 
     /// Replaces the content by the conversion of `text`.
     void Assign(const std::basic_string<WideChar>& text);
@@ -107,8 +126,13 @@ public:
     /// What is no conversion is printed as it stands. `format` must not be null; arguments may
     /// point into this text.
     ///
+    /// An object as an argument, a `String` for `%s` say, is refused by the compiler: pass its
+    /// `c_str()`. That other arguments have the types of their conversions, nothing checks.
+    ///
     /// Takes up to 4 kB of stack beside the result, for a long double up to 110 kB, by its digits.
     bool Format(const char* format, ...);
+    template <class... Arguments, class = AnyObject<Arguments...>>
+    bool Format(const char* format, const Arguments&... arguments) = delete;
 
     /// Empties the text and returns false: the library holds no table of texts.
     bool LoadStringA(unsigned int id);
@@ -173,6 +197,10 @@ private:
 /// Wide text. The comments of `String` hold with the widths exchanged; a character is one 16-bit
 /// unit.
 class UTILITIES_EXPORT WString : public std::basic_string<WideChar> {
+    template <class... Arguments>
+    using AnyObject =
+        std::enable_if_t<((std::is_class_v<Arguments> || std::is_union_v<Arguments>) || ...)>;
+
 public:
     WString();
     WString(const WideChar* text);
@@ -184,6 +212,11 @@ public:
     /// `std::logic_error`.
     WString(const std::basic_string<char>& text);
     WString(const char* text);
+    template <class View,
+              class = std::enable_if_t<std::is_same_v<View, std::basic_string_view<char>>>>
+    explicit WString(View text) : WString(std::basic_string<char>(text)) {}
+
+    using std::basic_string<WideChar>::basic_string;
 
     WString(const WString& other);
     UTILITIES_LOCAL WString(WString&& other) noexcept = default;
@@ -191,6 +224,12 @@ public:
     WString& operator=(const WString& other);
     UTILITIES_LOCAL WString& operator=(WString&& other) noexcept = default;
     using std::basic_string<WideChar>::operator=;
+    template <class View,
+              class = std::enable_if_t<std::is_same_v<View, std::basic_string_view<char>>>>
+    WString& operator=(View text) {
+        Assign(std::basic_string<char>(text));
+        return *this;
+    }
 
     void Assign(const std::basic_string<char>& text);
     void Append(const std::basic_string<char>& text);
@@ -227,6 +266,8 @@ public:
 
     /// As in `String`, with `%s` and `%c` for wide text, `%S`, `%C`, `%hs` and `%hc` for narrow.
     bool Format(const WideChar* format, ...);
+    template <class... Arguments, class = AnyObject<Arguments...>>
+    bool Format(const WideChar* format, const Arguments&... arguments) = delete;
 
     bool LoadStringA(unsigned int id);
 
@@ -248,5 +289,11 @@ public:
 private:
     static const WString sEmpty;
 };
+
+/// A text hashes as the standard string that it is.
+template <>
+struct std::hash<String> : std::hash<std::basic_string<char>> {};
+template <>
+struct std::hash<WString> : std::hash<std::basic_string<WideChar>> {};
 
 #endif

@@ -13,6 +13,10 @@
 #ifndef UTILITIES_VALUES_MULTITYPE_H
 #define UTILITIES_VALUES_MULTITYPE_H
 
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "utilities/frame/export.h"
@@ -20,6 +24,34 @@
 #include "utilities/text/qelstring.h"
 
 class UTILITIES_EXPORT MultiType {
+    template <class T>
+    struct Exactly {};
+    static __int64 OwnOf(Exactly<long>);
+    static unsigned __int64 OwnOf(Exactly<unsigned long>);
+    static String OwnOf(Exactly<std::basic_string<char>>);
+    static String OwnOf(Exactly<std::basic_string_view<char>>);
+    static WString OwnOf(Exactly<std::basic_string<WideChar>>);
+    static WString OwnOf(Exactly<std::basic_string_view<WideChar>>);
+
+    /// The type by which a value holds what a client has in the standard type `T`.
+    template <class T>
+    using Own = decltype(OwnOf(Exactly<T>()));
+
+    template <class T>
+    static constexpr bool IS_TEXT =
+        std::is_convertible_v<T, const char*> || std::is_convertible_v<T, const WideChar*>;
+
+    /// Pointers that would be held as `true`, and null, which names no text.
+    template <class T>
+    using ForeignPointer =
+        std::enable_if_t<std::is_null_pointer_v<T> ||
+                         (!IS_TEXT<T> && (std::is_pointer_v<T> || std::is_member_pointer_v<T>))>;
+
+    template <class T>
+    using Operand = std::enable_if_t<std::is_convertible_v<const T&, const MultiType&>>;
+    template <class T>
+    using LeftOperand = std::enable_if_t<!std::is_base_of_v<MultiType, T>, Operand<T>>;
+
 public:
     /// The tag of a value: what it holds. The numbers never change, as programs exchange them.
     enum TYPE : int {
@@ -60,6 +92,22 @@ public:
     MultiType(const String& text);
     MultiType(const WString& text);
     MultiType(const WideChar* text);
+    UTILITIES_LOCAL MultiType(String&& text) : m_v{}, m_type(TYPE_STRING) {
+        m_v.str = new String(std::move(text));
+    }
+    UTILITIES_LOCAL MultiType(WString&& text) : m_v{}, m_type(TYPE_WSTRING) {
+        m_v.wstr = new WString(std::move(text));
+    }
+
+    /// The same for the standard types: `long` and `unsigned long`, and so `std::int64_t`,
+    /// `std::uint64_t` and `std::size_t`, are held as the 64-bit integers; `std::string`,
+    /// `std::u16string` and the views of both widths as texts.
+    template <class Standard, class Held = Own<Standard>>
+    MultiType(const Standard& value) : MultiType(static_cast<Held>(value)) {}
+
+    /// Refused: pointers to anything but the characters of a text, `L"..."` among them.
+    template <class Pointer, class = ForeignPointer<Pointer>>
+    MultiType(Pointer) = delete;
 
     /// Holds a block: `size` bytes copied from `data`, or `size` zeros if `data` is null. The `id`
     /// means something to the caller only; it is stored, returned and compared.
@@ -92,6 +140,24 @@ public:
     MultiType& operator=(const WString& text);
     MultiType& operator=(const WideChar* text);
     MultiType& operator=(const MultiType& other);
+    UTILITIES_LOCAL MultiType& operator=(String&& text) {
+        if (m_type != TYPE_STRING || m_v.str == nullptr)
+            return *this = MultiType(std::move(text));
+        *m_v.str = std::move(text);
+        return *this;
+    }
+    UTILITIES_LOCAL MultiType& operator=(WString&& text) {
+        if (m_type != TYPE_WSTRING || m_v.wstr == nullptr)
+            return *this = MultiType(std::move(text));
+        *m_v.wstr = std::move(text);
+        return *this;
+    }
+    template <class Standard, class Held = Own<Standard>>
+    MultiType& operator=(const Standard& value) {
+        return *this = static_cast<Held>(value);
+    }
+    template <class Pointer, class = ForeignPointer<Pointer>>
+    MultiType& operator=(Pointer) = delete;
 
     /// The two values exchange what they hold.
     UTILITIES_LOCAL MultiType& operator=(MultiType&& other) noexcept {
@@ -162,7 +228,17 @@ public:
     void Get(String& out) const;
     void Get(WString& out) const;
 
-    /// Returns what `Get` of the same type reads, for each of the thirteen types above.
+    /// The same for the standard types: `long` and `unsigned long` read as the 64-bit integers,
+    /// `std::string` and `std::u16string` as the texts. A view can't be read, as it would outlive
+    /// the text.
+    template <class Standard, class Held = Own<Standard>>
+    void Get(Standard& out) const {
+        out = static_cast<Standard>(GetAs<Held>());
+    }
+    void Get(std::basic_string_view<char>& out) const = delete;
+    void Get(std::basic_string_view<WideChar>& out) const = delete;
+
+    /// Returns what `Get` of the same type reads, for each of the types above.
     template <class T>
     T GetAs() const {
         T result{};
@@ -237,7 +313,32 @@ public:
     /// numbers are (to compare their characters, use `compare`). Blocks are equal if ids, sizes and
     /// bytes are. Two values that hold nothing are equal. A block, or a value that holds nothing,
     /// is unequal to everything else.
+    ///
+    /// Values have no `std::hash`: equality is not transitive (a NaN equals every number, and the
+    /// integers 16777216 and 16777217 equal one `float`), so only a constant could agree with it.
     bool operator==(const MultiType& other) const;
+#if __cplusplus < 202002L
+    /// What later dialects derive from it: `a != b`, and a value on the right of `==` alone.
+    template <class Other, class = Operand<Other>>
+    friend bool operator!=(const MultiType& a, const Other& b) {
+        return !(a == b);
+    }
+    template <class Other, class = LeftOperand<Other>>
+    friend bool operator==(const Other& a, const MultiType& b) {
+        return b == a;
+    }
+    template <class Other, class = LeftOperand<Other>>
+    friend bool operator!=(const Other& a, const MultiType& b) {
+        return !(b == a);
+    }
+#endif
+
+    /// Writes the text of the value, as `Get` reads it.
+    template <class Traits>
+    friend std::basic_ostream<char, Traits>& operator<<(std::basic_ostream<char, Traits>& out,
+                                                        const MultiType& value) {
+        return out << value.GetAs<String>();
+    }
 
     /// Returns -1. A derived class may return a number by which its objects can be told from
     /// others; the library never calls this.
