@@ -5,10 +5,12 @@
 
 #include "utilities/text/qelstring.h"
 
-/// The content of the two paths. The log is written through it, as a client may do so after the
-/// objects are gone.
+/// What the objects hold. The library reads these and not the objects, as a client may call it
+/// after they are gone, from destructors of its own static objects.
 inline constexpr char STATUS_LOG_CURRENT[] = "./vy-current-status";
 inline constexpr char STATUS_LOG_LAST_STOP[] = "./vy-last-stop-status";
+inline constexpr char NARROW_FALSE[] = "0";
+inline constexpr WideChar WIDE_FALSE[] = u"0";
 
 extern const String StatusLogCurrentPath;
 extern const String StatusLogLastStopPath;

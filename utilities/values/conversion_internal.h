@@ -83,20 +83,21 @@ To FromNumber(From value) {
     }
 }
 
-/// The parsers under one name for both widths, and the text that reads as false.
+/// The parsers under one name for both widths, and the comparison with the text that reads as
+/// false.
 inline std::int32_t Parse32(const char* text) { return runtime::atol(text); }
 inline std::int32_t Parse32(const WideChar* text) { return runtime::_wtol(text); }
 inline __int64 Parse64(const char* text) { return runtime::_atoi64(text); }
 inline __int64 Parse64(const WideChar* text) { return runtime::_wtoi64(text); }
 inline double ParseDouble(const char* text) { return runtime::atof(text); }
 inline double ParseDouble(const WideChar* text) { return runtime::wcstod(text); }
-inline const String& FalseText(const String&) { return NarrowFalseText; }
-inline const WString& FalseText(const WString&) { return WideFalseText; }
+inline bool IsFalse(const String& text) { return text == NARROW_FALSE; }
+inline bool IsFalse(const WString& text) { return text == WIDE_FALSE; }
 
 template <class To, class Text>
 To FromText(const Text& text) {
     if constexpr (std::is_same_v<To, bool>)
-        return !text.empty() && text != FalseText(text);
+        return !text.empty() && !IsFalse(text);
     else if constexpr (std::is_same_v<To, char>)
         return static_cast<char>(FromText<signed char>(text));
     else if constexpr (std::is_same_v<To, float>)

@@ -75,10 +75,11 @@ bool LiesIn(MultiType::TYPE type, const Datum& held, const void* source) {
 }
 
 /// The global allocation. It may have been replaced by one that returns null instead of throwing.
-/// Compilers remove a check for that, as the language rules it out, unless the pointer has been
-/// through a volatile object.
+/// Compilers remove a check for that, as the language rules it out, unless they can't know where
+/// the pointer comes from: the statement without an instruction could change it.
 void* Allocate(std::size_t size) {
-    void* volatile memory = ::operator new(size);
+    void* memory = ::operator new(size);
+    asm("" : "+r"(memory));
     return memory;
 }
 
@@ -237,16 +238,16 @@ MultiType::Datum& MultiType::Renew(TYPE type) {
     return m_v;
 }
 
-// Apart, so that the copy of a number stays short.
+// Apart, so that the copy of a number stays short. The tag is that of the other value; if memory
+// runs out, so does the life of this one.
 [[gnu::noinline]] void MultiType::HoldCopy(const MultiType& other) {
-    m_v = {};
-    m_type = TYPE_INVALID;
     kinds::Visit(other.m_type, [&]<class Kind>(Kind) {
         if constexpr (Kind::FORM == Form::BLOCK) {
+            m_v = {};
+            m_type = TYPE_INVALID;
             StoreRaw(other.m_v.r->size, other.m_v.r->Data(), other.m_v.r->id);
         } else if constexpr (Kind::FORM == Form::TEXT) {
             m_v.*Kind::DATUM = NewText<typename Kind::Type>(*(other.m_v.*Kind::DATUM));
-            m_type = other.m_type;
         }
     });
 }
