@@ -1,5 +1,6 @@
-# Debian packages, by cpack: the library, what is needed to build against it, and the examples. They are
-# for a build whose prefix is /usr: the preset `packages`.
+# Debian packages, by cpack: the library, its debug information, what is needed to build against it, and
+# the examples. They are for a build whose prefix is /usr and that has debug information: the preset
+# `packages`.
 set(debianDir ${CMAKE_CURRENT_LIST_DIR}/debian)
 
 set(CPACK_GENERATOR DEB)
@@ -14,13 +15,12 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
-set(CPACK_COMPONENTS_ALL runtime development examples)
+set(CPACK_COMPONENTS_ALL runtime debug development examples)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/utilities)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 # The policy wants a change log, packed, and the terms of use with every package. They belong to the
@@ -44,6 +44,9 @@ The shared library that a product's components link against: tagged
 values, texts of both widths, locks that publish their state, named
 threads, guarded time, a two-tier node cache, record files that
 processes share, mapped files and a serial port.")
+utilities_debian_package(debug libutilities${PROJECT_VERSION_MAJOR}-dbgsym debug "${synopsis} (symbols)
+What GDB reads of the base library beside its binary: sources' lines,
+types and variables.")
 utilities_debian_package(development libutilities-dev libdevel "${synopsis} (development)
 The headers of the base library, and what CMake, pkg-config and GDB
 want to know of it.")
@@ -52,10 +55,32 @@ Programs that show the base library at work, with their sources: a
 catalogue that tells what changed in a directory tree, and a monitor
 for a serial port.")
 
+set(CPACK_COMPONENT_DEBUG_DEPENDS runtime)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
 set(CPACK_COMPONENT_EXAMPLES_DEPENDS runtime)
-# Of the library it has only the link, which needs nothing.
+# They have nothing that is linked: of the library the one has only the link, the other no code.
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${debianDir}/triggers)
+set(CPACK_DEBIAN_DEBUG_PACKAGE_SHLIBDEPS OFF)
+# Which package others need that link with the library. Of its own accord cpack takes the debug
+# information for a library, too, and warns that it has no name.
+set(shlibs ${PROJECT_BINARY_DIR}/shlibs)
+file(WRITE ${shlibs} "libUtilities ${PROJECT_VERSION_MAJOR} libutilities${PROJECT_VERSION_MAJOR} (>= ${PROJECT_VERSION})\n")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${debianDir}/triggers ${shlibs})
+
+# Where GDB looks for the debug information of a stripped library: by the build's id, which is known
+# once the library is linked.
+install(CODE "
+    execute_process(COMMAND \"${CMAKE_READELF}\" --notes \"$<TARGET_FILE:Utilities>\"
+                    OUTPUT_VARIABLE notes COMMAND_ERROR_IS_FATAL ANY)
+    if(NOT notes MATCHES \"Build ID: ([0-9a-f][0-9a-f])([0-9a-f]+)\")
+        message(FATAL_ERROR \"The library has no build id.\")
+    endif()
+    set(dir \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/lib/debug/.build-id/\${CMAKE_MATCH_1}\")
+    file(MAKE_DIRECTORY \"\${dir}\")
+    set(file \"\${dir}/\${CMAKE_MATCH_2}.debug\")
+    execute_process(COMMAND \"${CMAKE_OBJCOPY}\" --only-keep-debug --compress-debug-sections
+                            \"$<TARGET_FILE:Utilities>\" \"\${file}\" COMMAND_ERROR_IS_FATAL ANY)
+    file(CHMOD \"\${file}\" PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)"
+    COMPONENT debug EXCLUDE_FROM_ALL)
 
 include(CPack)
