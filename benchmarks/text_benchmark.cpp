@@ -195,6 +195,30 @@ void MeasureFormat() {
 #endif
 }
 
+struct OtherWidth {
+    WString wide;
+    std::wstring host;
+    int precision;
+};
+
+/// With as many units of wide text; a precision ends it before, at a whole character.
+void MeasureFormatOfWide(std::size_t units, int precision) {
+    const std::string row = "Format/%S of " + std::to_string(units) +
+                            (precision < 0 ? "" : ", " + std::to_string(precision) + " written") +
+                            "/";
+    const OtherWidth texts = {std::u16string(units, u'a'), std::wstring(units, L'a'), precision};
+    MeasureInto<String>(row + "Utilities", texts, [](String& target, const OtherWidth& input) {
+        return target.Format("%.*S", input.precision, input.wide.c_str());
+    });
+    MeasureInto<std::string>(
+        row + "snprintf", texts, [](std::string& target, const OtherWidth& input) {
+            char buffer[1024];
+            const int length =
+                std::snprintf(buffer, sizeof buffer, "%.*ls", input.precision, input.host.c_str());
+            target.assign(buffer, static_cast<std::size_t>(length));
+        });
+}
+
 const bool REGISTERED = [] {
     if (std::setlocale(LC_ALL, "C.utf8") == nullptr) {
         std::fputs("No locale C.utf8\n", stderr);
@@ -207,6 +231,9 @@ const bool REGISTERED = [] {
         MeasureConversionInto(name, forms);
     }
     MeasureFormat();
+    for (const auto& [units, precision] :
+         {std::pair{7, -1}, std::pair{7, 3}, std::pair{1000, -1}, std::pair{1000, 500}})
+        MeasureFormatOfWide(static_cast<std::size_t>(units), precision);
     return true;
 }();
 
