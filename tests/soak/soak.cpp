@@ -1,5 +1,5 @@
-/// soak SECONDS: several processes share a record file and use locks, threads and a cache of their
-/// own, and are killed at any moment. Counts what was lost of what they had finished.
+/// soak SECONDS: several processes share a record file and use locks and threads of their own, and
+/// are killed at any moment. Counts what was lost of what they had finished.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <atomic>
 #include <iostream>
-#include <map>
 #include <numeric>
 #include <random>
 
@@ -27,7 +26,7 @@ constexpr char FILE_NAME[] = "ledger";
 struct Account {
     unsigned int lastTime;
     unsigned long counted[FIRST_RECORDS + 1];  ///< By record; the header is 0.
-    unsigned long recordsAdded, cacheUses, threadsKilled, forks, wrong, kills, crashes;
+    unsigned long recordsAdded, threadsKilled, forks, wrong, kills, crashes;
     __int64 authors[MOST_RECORDS + 1];  ///< Of the added records.
 };
 
@@ -102,46 +101,6 @@ unsigned int ShareFile(SystemThread*) {
     }
 }
 
-struct Blocks : CacheManager {
-    Blocks() : CacheManager(10, sizeof(unsigned int)) {}
-
-    void writeBackNode(CacheNode* node) override { store[node->getNodeID()] = Value(node); }
-
-    unsigned int& At(unsigned int id, bool writes) {
-        CacheNode* node = writes ? searchNodeID_InWC(id) : searchNodeID_InRC(id);
-        const bool isNew = node == nullptr;
-        if (isNew)
-            Value(node = writes ? addNodeID_ToWC(id) : addNodeID_ToRC(id)) = store[id];
-        if (isNew || writes)
-            node->setNodeState(1);
-        return Value(node);
-    }
-
-    static unsigned int& Value(CacheNode* node) {
-        return *reinterpret_cast<unsigned int*>(node->getNodeData());
-    }
-    std::map<unsigned int, unsigned int> store;
-};
-
-/// Two threads take turns at one cache, in which everything must read as it was written last.
-unsigned int ShareCache(SystemThread*) {
-    static MutexLock turn("cache");
-    static Blocks blocks;
-    static std::map<unsigned int, unsigned int> written;
-    Random random = NewRandom();
-    for (unsigned int round = 1;; ++round) {
-        const unsigned int id = random() % 100;
-        turn.Lock();
-        if (random() % 4 == 0)
-            blocks.At(id, true) = written[id] = round;
-        else
-            Check(blocks.At(id, false) == written[id]);
-        turn.Unlock();
-        if (round % 1000 == 0)
-            Tell(told.cacheUses);
-    }
-}
-
 MutexLock fought("fought over");
 SemaphoreLock places(2, 2);
 
@@ -177,10 +136,7 @@ int Work() {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     for (int stream : {STDOUT_FILENO, STDERR_FILENO})
         dup2(open("/dev/null", O_WRONLY), stream);
-    SystemThread threads[] = {{"file 1", ShareFile},
-                              {"file 2", ShareFile},
-                              {"cache 1", ShareCache},
-                              {"cache 2", ShareCache}};
+    SystemThread threads[] = {{"file 1", ShareFile}, {"file 2", ShareFile}};
     for (SystemThread& thread : threads)
         Check(thread.Create(false, 0));
     SystemThread first("first", Fight), second("second", Fight);
@@ -188,7 +144,7 @@ int Work() {
         Check(first.Create(false, 0) && second.Create(false, 0));
         BqSleep(5);
         Fork();
-        SystemThread& suspended = threads[create_unique_id() % 4];
+        SystemThread& suspended = threads[create_unique_id() % 2];
         Check(suspended.Suspend() == 0 && first.Suspend() == 0);
         Check(first.Terminate(1) && second.Terminate(2));
         Check(fought.TryLock(1000) || fought.TryLock(1000));  // The first finds it abandoned.
@@ -261,7 +217,7 @@ int main(int count, char** arguments) {
     std::cout << told.kills << " processes killed, " << told.crashes << " ended by themselves\n"
               << std::accumulate(told.counted + 1, std::end(told.counted), 0UL)
               << " records rewritten, " << told.recordsAdded << " added, " << told.counted[0]
-              << " headers, " << told.cacheUses << " thousand uses of caches, "
+              << " headers, "
               << 2 * told.threadsKilled << " threads killed, " << told.forks << " forks\n"
               << lost << " lost, " << told.wrong << " wrong results"
               << (hasStopped ? ", and a standstill\n" : "\n");

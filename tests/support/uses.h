@@ -52,8 +52,8 @@ inline const Use USES[] = {
     {"time",
      [](const std::string&) {
          std::ostringstream out;
-         out << BqGMTime::getCurrentTime();
-         return !out.str().empty();
+         out << BqGMTime::getCurrentTime() << BqLocalDate(9);
+         return out.str().size() == 17 + 8;
      }},
     {"unique ids", [](const std::string&) { return create_unique_id() != create_unique_id(); }},
     {"values",

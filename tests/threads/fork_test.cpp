@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "tests/support/eventually.h"
+#include "tests/support/report_of.h"
 #include "tests/support/scratch.h"
 #include "tests/support/uses.h"
 
@@ -112,6 +113,8 @@ void ForkOften() {
 
 TEST(Fork, AtRandomMomentsLeavesTheChildEveryClass) {
     const ScratchWorkingDirectory scratch;
+    ThreadList::deleteInstance();
+    isOver = false;
     std::deque<Busy> others;
     others.emplace_back([](const std::string&) { return held.Lock(), held.Unlock(), true; });
     others.emplace_back(USES[0].run);
@@ -123,4 +126,37 @@ TEST(Fork, AtRandomMomentsLeavesTheChildEveryClass) {
     EXPECT_TRUE(forker.WaitForThreadExit(FOREVER));
     EXPECT_EQ(forker.getExitCode(), 7u);
     isOver = true;
+}
+
+TEST(Kill, AtRandomMomentsLeavesTheProcessEveryClass) {
+    const ScratchWorkingDirectory scratch;
+    std::minstd_rand random(FORKS);
+    isOver = false;
+    static decltype(Use::run) use;
+    // Between two uses it is where it can be stopped.
+    constexpr auto repeat = [](const std::string& own) {
+        for (int i = 0; i < 10000; ++i)
+            ++steps;
+        return use(own);
+    };
+    testing::internal::CaptureStdout();
+    const std::string reports = ReportOf([&] {
+        for (const auto& [name, run] : USES) {
+            use = run;
+            for (int round = 0; round < FORKS; ++round) {
+                ThreadList::deleteInstance();  // It keeps the entries of the killed.
+                const unsigned long before = steps;
+                Busy user(repeat);
+                EXPECT_TRUE(Eventually([&] { return steps != before; })) << name;
+                usleep(static_cast<useconds_t>(random() % 2000));
+                EXPECT_TRUE(user.Terminate(0)) << name;
+                EXPECT_TRUE(run(Own())) << name;
+            }
+        }
+    });
+    const std::string console = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(console.find("Failure"), std::string::npos) << console;
+    // Whoever takes a mutex after a holder that was killed reports it.
+    const std::regex abandoned("(ASSERT\\(\\(m_ThreadId == getOwnThreadId\\(\\)\\) .*\n)*");
+    EXPECT_TRUE(std::regex_match(reports, abandoned)) << reports;
 }

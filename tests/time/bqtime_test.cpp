@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstdlib>
 #include <ctime>
 #include <iomanip>
@@ -15,7 +14,6 @@
 #include "tests/support/report_of.h"
 #include "tests/support/zone.h"
 #include "utilities/platform/calendar.h"
-#include "utilities/threads/threadutils.h"
 
 namespace {
 
@@ -178,24 +176,6 @@ TEST(Output, IsThatOfTheLocalesFacet) {
         failing << BqLocalDate(0);
         EXPECT_EQ(failing.rdstate(), std::ios::failbit);
     }
-}
-
-TEST(Threads, AKilledOneLeavesTheCalendarToOthers) {
-    static std::atomic<bool> runs;
-    testing::internal::CaptureStdout();
-    for (int round = 0; round < 50; ++round) {
-        runs = false;
-        SystemThread thread("converts", [](SystemThread*) -> unsigned int {
-            for (const BqGMTime instant(5000);; runs = true)
-                instant.getLocalDate(nullptr);
-        });
-        ASSERT_TRUE(thread.Create(false, 0));
-        while (!runs)
-            BqLocalDate().set(1, 1, 2000);
-        thread.Terminate(0);
-        EXPECT_EQ(ReportOf([] { BqGMTime::getCurrentTime(); }), "");
-    }
-    testing::internal::GetCapturedStdout();
 }
 
 }  // namespace
