@@ -49,6 +49,11 @@ std::int32_t mktime(tm* fields) {
     return seconds;
 }
 
+std::int32_t mktime(const tm& fields) {
+    tm copy = fields;
+    return platform::mktime(&copy);
+}
+
 void _tzset() { calendar.calls += 'z'; }
 std::int32_t _timezone() { return timezoneInUse; }
 

@@ -46,9 +46,13 @@ const tm* gmtime(const std::int32_t* seconds);
 /// - negative: what is in force.
 std::int32_t mktime(tm* record);
 
+/// The same for a record that is not normalised, at half the cost.
+std::int32_t mktime(const tm& record);
+
 /// Reads the zone from the environment, if TZ or the system's own zone has changed since the last
-/// time. Where the zone can't be read at present (memory or descriptors are exhausted), the last
-/// zone stays in use, UTC where there was none, and the next call tries again.
+/// time. The system's file is looked at by the first call in each second of the clock. Where the
+/// zone can't be read at present (memory or descriptors are exhausted), the last zone stays in use,
+/// UTC where there was none, and the next call tries again.
 void _tzset();
 
 /// What GMT is ahead of the zone's standard time, in seconds, positive west of Greenwich. After a

@@ -11,10 +11,11 @@
 /// environment variable TZDIR names another folder of the zone database than /usr/share/zoneinfo.
 ///
 /// The zone is read by the first conversion that needs it, and anew by each `BqGMTime::timegm` and
-/// `BqLocalDate::set`; nothing else notices a change of TZ or of the system's zone. The environment
-/// must not be changed while another thread converts. A zone that can't be read because memory or
-/// descriptors are exhausted is read again by the next call that reads it; until then the zone
-/// before stays in use, or UTC.
+/// `BqLocalDate::set`; nothing else notices a change of TZ or of the system's zone. These two
+/// notice that the file of the system's zone was replaced no later than a second after it. The
+/// environment must not be changed while another thread converts. A zone that can't be read because
+/// memory or descriptors are exhausted is read again by the next call that reads it; until then the
+/// zone before stays in use, or UTC.
 ///
 /// Seconds are signed 32-bit counts since 1970-01-01 00:00:00 UTC. A failed conversion is reported
 /// on the standard error stream ("ASSERT(...)"), and returned by the `bool` that the caller may
@@ -129,7 +130,7 @@ public:
 
 private:
     struct UTILITIES_LOCAL Reading;
-    UTILITIES_LOCAL static Reading Read(struct tm& working);
+    UTILITIES_LOCAL static Reading Read(struct tm& working, bool normalises);
     UTILITIES_LOCAL static std::int32_t ReadAsGMT(const struct tm& record);
 
     /// Serialises all calls of the calendar.

@@ -1,6 +1,7 @@
 #include "utilities/time/bqgmtime.h"
 
 #include <tuple>
+#include <utility>
 
 #include "utilities/frame/assert_internal.h"
 #include "utilities/frame/debugline.h"
@@ -75,13 +76,16 @@ struct tm BqGMTime::gmtime(const std::int32_t* time, bool* success) {
 }
 
 // The caller holds the mutex: the zone belongs to the conversion before it.
-BqGMTime::Reading BqGMTime::Read(struct tm& working) {
-    const std::int32_t seconds = platform::mktime(&working);
+BqGMTime::Reading BqGMTime::Read(struct tm& working, bool normalises) {
+    const auto convert = [&] {
+        return normalises ? platform::mktime(&working) : platform::mktime(std::as_const(working));
+    };
+    const std::int32_t seconds = convert();
     const std::int32_t zone = platform::_timezone();
     if (seconds != -1)
         return {seconds, zone, true};
     working = {};
-    const std::int32_t secondResult = platform::mktime(&working);
+    const std::int32_t secondResult = convert();
     ASSERT(false);
     return {secondResult, zone, false};
 }
@@ -89,7 +93,7 @@ BqGMTime::Reading BqGMTime::Read(struct tm& working) {
 std::int32_t BqGMTime::mktime(struct tm* record, bool writeBack, bool* success) {
     const ScopedLock lock(tm_mutex);
     struct tm working = *record;
-    const Reading reading = Read(working);
+    const Reading reading = Read(working, writeBack);
     if (writeBack)
         *record = working;
     if (success != nullptr)
@@ -102,7 +106,7 @@ std::int32_t BqGMTime::mktime(struct tm* record, bool writeBack, bool* success) 
 std::int32_t BqGMTime::ReadAsGMT(const struct tm& record) {
     const ScopedLock lock(tm_mutex);
     struct tm working = record;
-    const Reading reading = Read(working);
+    const Reading reading = Read(working, false);
     return WrappedDifference(reading.seconds, reading.zone);
 }
 
@@ -116,6 +120,8 @@ int BqGMTime::getLocalTimeMsecOffset(const BqGMTime& instant, bool* isDaylight) 
     if (!instant.isValid() || instant.m_MilliSeconds == 0)
         return 0;
     const auto seconds = static_cast<std::int32_t>(instant.m_MilliSeconds / 1000);
+    // Each of the four conversions takes the mutex. Nested they do so at a fraction of the cost.
+    const ScopedLock lock(tm_mutex);
     const struct tm gmTime = gmtime(&seconds, nullptr);
     ASSERT(0 == gmTime.tm_isdst);
     struct tm localTime = localtime(&seconds, nullptr);

@@ -1,5 +1,6 @@
 #include "utilities/time/output_internal.h"
 
+#include <cstring>
 #include <ctime>
 #include <iterator>
 #include <locale>
@@ -29,6 +30,13 @@ bool PutClassic(std::streambuf& buffer, const struct tm& record, char representa
     return buffer.sputn(text, sizeof text) == sizeof text;
 }
 
+/// Whether the locale is the classic one itself. Another one like it counts as different. To ask
+/// `==` would cost ten times as much as the output where a locale is made of several: it compares
+/// their names, which it puts together.
+bool IsClassic(const std::locale& locale) {
+    return std::memcmp(&locale, &std::locale::classic(), sizeof locale) == 0;
+}
+
 bool PutBy(const TimePut& facet, std::ostream& stream, const struct tm& record,
            char representation) {
     return !facet.put(std::ostreambuf_iterator<char>(stream), stream, '\0', &record, representation)
@@ -43,7 +51,7 @@ std::ostream& PutFields(std::ostream& stream, std::int32_t seconds, char represe
         return stream;
     const struct tm record = BqGMTime::gmtime(&seconds, nullptr);
     const std::locale locale = stream.getloc();
-    const bool isClassic = locale == std::locale::classic();
+    const bool isClassic = IsClassic(locale);
     if (!isClassic && !std::has_facet<TimePut>(locale))
         return stream;
     const bool isWritten =

@@ -17,14 +17,19 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
 #include "tests/support/platform_zone.h"
 #include "utilities/platform/linux/time/zonefile.h"
 
-/// Unless 0, what `stat` stores as the last change of the file.
-static std::time_t otherChange = 0;
+/// Unless 0, the present time, and what `stat` stores as the last change of the file.
+static std::time_t otherTime = 0, otherChange = 0;
+
+extern "C" std::time_t time(std::time_t*) noexcept {
+    return otherTime != 0 ? otherTime : syscall(SYS_time, nullptr);
+}
 
 /// How much one `read` returns at most, and how many there were, of any test's threads.
 static std::size_t mostRead = SIZE_MAX;
@@ -136,8 +141,10 @@ TEST(Calendar, TheZoneChangesWhenItIsReadAnewOnly) {
     }
     unsetenv("TZ");
     const std::time_t summer = SUMMER;
-    for (const auto& [change, isReadAnew] :
-         {std::pair(1, true), {1, false}, {2, true}, {0, true}}) {
+    // The file is looked at once a second.
+    for (const auto& [now, change, isReadAnew] :
+         {std::tuple(1, 1, true), {1, 2, false}, {2, 2, true}, {3, 2, false}, {0, 0, true}}) {
+        otherTime = now;
         otherChange = change;
         reads = 0;
         platform::_tzset();
@@ -149,6 +156,7 @@ TEST(Calendar, TheZoneChangesWhenItIsReadAnewOnly) {
 TEST(Calendar, AForkWhileItIsInUseMakesTheChildReadItsZoneAnew) {
     static pid_t child;
     SetZone("Europe/Berlin");
+    EXPECT_EQ(platform::localtime(&SUMMER)->tm_gmtoff, 7200);
     unsetenv("TZ");
     atStat = [] {
         if (child = fork(); child == 0) {

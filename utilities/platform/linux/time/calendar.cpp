@@ -21,10 +21,21 @@ constexpr char SYSTEM_ZONE[] = "/etc/localtime";
 /// More than any clock is ahead of or behind GMT.
 constexpr std::int64_t REACH = 27 * 3600;
 
+/// Stands for no instant: negative ones are never shown.
+constexpr std::int32_t NO_INSTANT = -1;
+
+constexpr Day FIRST_OF_1970{DAYS_BEFORE_1970, 70, 0, 1, 4, 0};
+
 /// What fields mean: an instant, and the offset of the standard time that it was read with.
 struct Reading {
     std::int64_t seconds;
     std::int32_t standard;
+};
+
+/// An instant, and the fields that clocks show then.
+struct Shown {
+    std::int32_t instant = NO_INSTANT;
+    tm fields{};
 };
 
 /// All that the conversions remember from one call to the next.
@@ -34,22 +45,26 @@ struct Reading {
 ///
 /// What must hold between calls:
 /// - `m_Source` is the text that `m_Zone` was read from, and `m_SystemZone` the state of the
-///   system's file if it was read from there. Both are stored after the zone is complete. Where
-///   `m_Source` is empty, the next operation that needs a zone reads one. From then on the zone has
-///   a span.
+///   system's file if it was read from there, in the second `m_LastLook`. They are stored after the
+///   zone is complete. Where `m_Source` is empty, the next operation that needs a zone reads one.
+///   From then on the zone has a span.
 /// - `m_LastIndex` and `m_LastDay` are memos of the last conversion, as most calls ask for instants
 ///   near the one before: any span of the present zone, and any day with its date, are right.
-/// - `m_Shown` and `m_Timezone` are results, valid until the next call that sets them.
-/// - `m_IsInUse` is set exactly as long as a thread is inside.
+/// - `m_Local` and `m_GMT` are memos and results at once: the last instant that was shown, often
+///   the next one as well, with its fields. Without a source `m_Local` has no instant.
+/// - `m_Timezone` is a result, valid until the next call that sets it.
+/// - `m_IsInUse` is set exactly as long as a thread changes anything.
 ///
-/// When it is reset: the memo of the span with each new zone. All of it in the child of a fork if
-/// `m_IsInUse` is set there, as a thread that doesn't exist in the child may have left any member
-/// half written. Only the names of clocks outlive that, as records that clients hold point at them.
+/// When it is reset: the memos of the span and of the local fields with each new zone. All of it in
+/// the child of a fork if `m_IsInUse` is set there, as a thread that doesn't exist in the child may
+/// have left any member half written. Only the names of clocks outlive that, as records that
+/// clients hold point at them.
 class Calendar {
 public:
     const tm* ShowLocal(std::int32_t seconds);
     const tm* ShowGMT(std::int32_t seconds);
-    std::int32_t Read(tm& record);
+    std::int32_t Read(const tm& record);
+    std::int32_t Normalise(tm& record);
     void ReadZoneAnew();
     std::int32_t Timezone() const { return m_Timezone; }
 
@@ -63,25 +78,34 @@ private:
     std::size_t IndexAt(std::int64_t instant);
     std::int32_t DaylightOffsetNear(std::size_t index, std::int64_t instant) const;
     Reading ReadFields(std::int64_t fields, int isDaylight);
+    Reading ReadNearChange(std::int64_t fields, int isDaylight);
     Reading ReadUnshown(std::int64_t fields, int isDaylight, std::size_t first);
     std::int64_t FieldsOf(const tm& record) const;
+    std::int32_t ResultOf(const tm& record);
+    const Day& DateOf(unsigned number);
     void Show(tm& record, std::int64_t seconds, const ZoneClock& clock);
     void NeedZone();
     void ReadEnvironment();
-    void LoadZoneOf(const char* source, bool isSystemZone);
+    void LoadZoneOf(const char* source);
+    void DoWithoutZone();
     void UsePresentTimezone();
-
-    static constexpr Day FIRST_DAY{0, -1900, 2, 1, 3, 60};
 
     Zone m_Zone;
     char m_Source[PATH_MAX]{};
     struct stat m_SystemZone {};
+    std::time_t m_LastLook = 0;
     std::size_t m_LastIndex = 0;
-    Day m_LastDay = FIRST_DAY;
+    Day m_LastDay = FIRST_OF_1970;
     std::int32_t m_Timezone = 0;
-    tm m_Shown{};
+    Shown m_Local, m_GMT;
     std::atomic<bool> m_IsInUse{false};
 };
+
+bool IsSameFile(const struct stat& one, const struct stat& other) {
+    return one.st_ino == other.st_ino && one.st_dev == other.st_dev &&
+           one.st_size == other.st_size && one.st_mtim.tv_sec == other.st_mtim.tv_sec &&
+           one.st_mtim.tv_nsec == other.st_mtim.tv_nsec;
+}
 
 constinit Calendar calendar;
 
@@ -106,8 +130,7 @@ private:
 };
 
 bool Calendar::IsWithin(std::size_t index, std::int64_t instant, std::int64_t margin) const {
-    return (index == 0 || instant >= m_Zone[index].from + margin) &&
-           (index + 1 == m_Zone.Count() || instant < m_Zone.EndOf(index) - margin);
+    return instant - margin >= m_Zone[index].from && instant + margin < m_Zone.EndOf(index);
 }
 
 std::size_t Calendar::IndexAt(std::int64_t instant) {
@@ -131,10 +154,21 @@ std::int32_t Calendar::DaylightOffsetNear(std::size_t index, std::int64_t instan
 }
 
 /// Reads fields, counted as if GMT clocks showed them.
-Reading Calendar::ReadFields(std::int64_t fields, int isDaylight) {
-    const bool isFarFromChanges = IsWithin(m_LastIndex, fields, REACH);
-    const std::size_t first = isFarFromChanges ? m_LastIndex : m_Zone.IndexAt(fields - REACH);
-    const std::size_t last = isFarFromChanges ? m_LastIndex : m_Zone.IndexAt(fields + REACH);
+inline Reading Calendar::ReadFields(std::int64_t fields, int isDaylight) {
+    if (!IsWithin(m_LastIndex, fields, REACH) && !IsWithin(IndexAt(fields), fields, REACH))
+        return ReadNearChange(fields, isDaylight);
+    const ZoneSpan& span = m_Zone[m_LastIndex];
+    if (isDaylight < 0 || span.clock.isDaylight == (isDaylight > 0))
+        return {fields - span.clock.offset, span.standard};
+    if (isDaylight == 0)
+        return {fields - span.standard, span.standard};
+    return ReadUnshown(fields, isDaylight, m_LastIndex);
+}
+
+/// The same for fields that the clocks of several spans may show.
+Reading Calendar::ReadNearChange(std::int64_t fields, int isDaylight) {
+    const std::size_t first = m_Zone.IndexAt(fields - REACH);
+    const std::size_t last = m_Zone.IndexAt(fields + REACH);
     for (std::size_t index = first; index <= last; ++index) {
         const ZoneClock& clock = m_Zone[index].clock;
         const std::int64_t seconds = fields - clock.offset;
@@ -166,42 +200,69 @@ std::int64_t Calendar::FieldsOf(const tm& record) const {
            SecondsOfDay(record);
 }
 
+/// The date of a day. That of times of day without a date is always at hand.
+inline const Day& Calendar::DateOf(unsigned number) {
+    if (number == FIRST_OF_1970.number)
+        return FIRST_OF_1970;
+    if (number != m_LastDay.number)
+        m_LastDay = DayOf(number);
+    return m_LastDay;
+}
+
 /// Stores all fields of `seconds`, which is an instant of 32 bits.
 void Calendar::Show(tm& record, std::int64_t seconds, const ZoneClock& clock) {
     constexpr std::int64_t BEFORE_1970 = std::int64_t{DAYS_BEFORE_1970} * SECONDS_A_DAY;
     const auto shown = static_cast<std::uint64_t>(seconds + clock.offset + BEFORE_1970);
-    const auto day = static_cast<unsigned>(shown / SECONDS_A_DAY);
-    const auto second = static_cast<unsigned>(shown - std::uint64_t{day} * SECONDS_A_DAY);
-    if (day != m_LastDay.number)
-        m_LastDay = DayOf(day);
+    const auto number = static_cast<unsigned>(shown / SECONDS_A_DAY);
+    const auto second = static_cast<unsigned>(shown - std::uint64_t{number} * SECONDS_A_DAY);
+    const Day& day = DateOf(number);
     record.tm_sec = static_cast<int>(second % 60);
     record.tm_min = static_cast<int>(second / 60 % 60);
     record.tm_hour = static_cast<int>(second / 3600);
-    record.tm_mday = m_LastDay.dayOfMonth;
-    record.tm_mon = m_LastDay.month;
-    record.tm_year = m_LastDay.year;
-    record.tm_wday = m_LastDay.weekday;
-    record.tm_yday = m_LastDay.dayOfYear;
+    record.tm_mday = day.dayOfMonth;
+    record.tm_mon = day.month;
+    record.tm_year = day.year;
+    record.tm_wday = day.weekday;
+    record.tm_yday = day.dayOfYear;
     record.tm_isdst = clock.isDaylight ? 1 : 0;
     record.tm_gmtoff = clock.offset;
     record.tm_zone = clock.name;
 }
 
 const tm* Calendar::ShowLocal(std::int32_t seconds) {
-    const ScopedUse use(*this);
-    NeedZone();
-    Show(m_Shown, seconds, m_Zone[IndexAt(seconds)].clock);
-    return &m_Shown;
+    if (seconds != m_Local.instant) {
+        const ScopedUse use(*this);
+        NeedZone();
+        Show(m_Local.fields, seconds, m_Zone[IndexAt(seconds)].clock);
+        m_Local.instant = m_Source[0] != '\0' ? seconds : NO_INSTANT;
+    }
+    return &m_Local.fields;
 }
 
 const tm* Calendar::ShowGMT(std::int32_t seconds) {
-    const ScopedUse use(*this);
-    Show(m_Shown, seconds, {0, false, "GMT"});
-    return &m_Shown;
+    if (seconds != m_GMT.instant) {
+        const ScopedUse use(*this);
+        Show(m_GMT.fields, seconds, {0, false, "GMT"});
+        m_GMT.instant = seconds;
+    }
+    return &m_GMT.fields;
 }
 
-std::int32_t Calendar::Read(tm& record) {
+std::int32_t Calendar::Read(const tm& record) {
     const ScopedUse use(*this);
+    return ResultOf(record);
+}
+
+std::int32_t Calendar::Normalise(tm& record) {
+    const ScopedUse use(*this);
+    const std::int32_t result = ResultOf(record);
+    if (result != -1)
+        Show(record, result, m_Zone[IndexAt(result)].clock);
+    return result;
+}
+
+/// The result of `mktime`, and the value of `_timezone` after it.
+std::int32_t Calendar::ResultOf(const tm& record) {
     NeedZone();
     const Reading reading = ReadFields(FieldsOf(record), record.tm_isdst);
     const auto result = static_cast<std::int32_t>(reading.seconds);
@@ -210,7 +271,6 @@ std::int32_t Calendar::Read(tm& record) {
         return -1;
     }
     m_Timezone = -reading.standard;
-    Show(record, result, m_Zone[IndexAt(result)].clock);
     return result;
 }
 
@@ -228,37 +288,44 @@ void Calendar::ReadZoneAnew() {
 
 void Calendar::ReadEnvironment() {
     const char* source = std::getenv("TZ");
-    if (source != nullptr && *source == ':')
-        ++source;
-    const bool isSystemZone = source == nullptr;
-    if (isSystemZone)
+    if (source == nullptr)
         source = SYSTEM_ZONE;
+    else if (*source == ':')
+        ++source;
     if (*source == '\0' || std::strlen(source) >= sizeof m_Source)
         source = "UTC";
-    LoadZoneOf(source, isSystemZone);
+    LoadZoneOf(source);
     UsePresentTimezone();
 }
 
-/// Loads the zone unless it was loaded from the same source, in its present state, the last time.
-void Calendar::LoadZoneOf(const char* source, bool isSystemZone) {
+/// Loads the zone unless it is in use already. The system's file can be another one by now: it is
+/// looked at once in each second, as that costs more than a hundred conversions.
+void Calendar::LoadZoneOf(const char* source) {
+    const bool isInUse = std::strcmp(source, m_Source) == 0;
+    const bool isSystemZone = std::strcmp(source, SYSTEM_ZONE) == 0;
+    const std::time_t now = isSystemZone ? ::time(nullptr) : 0;
+    if (isInUse && now == m_LastLook)
+        return;
     struct stat status {};
     if (isSystemZone)
         stat(SYSTEM_ZONE, &status);
-    const bool isSameFile = status.st_ino == m_SystemZone.st_ino &&
-                            status.st_dev == m_SystemZone.st_dev &&
-                            status.st_size == m_SystemZone.st_size &&
-                            status.st_mtim.tv_sec == m_SystemZone.st_mtim.tv_sec &&
-                            status.st_mtim.tv_nsec == m_SystemZone.st_mtim.tv_nsec;
-    if (std::strcmp(source, m_Source) == 0 && (!isSystemZone || isSameFile))
-        return;
-    if (LoadZone(source, m_Zone)) {
+    if (!isInUse || !IsSameFile(status, m_SystemZone)) {
+        if (!LoadZone(source, m_Zone))
+            return DoWithoutZone();
         m_LastIndex = 0;
+        m_Local.instant = NO_INSTANT;
         std::strcpy(m_Source, source);
         m_SystemZone = status;
-    } else if (m_Zone.Count() == 0) {
-        m_Zone.Begin({0, false, "UTC"});
-        m_Zone.Finish();
     }
+    m_LastLook = now;
+}
+
+/// Where there has been no zone yet.
+void Calendar::DoWithoutZone() {
+    if (m_Zone.Count() > 0)
+        return;
+    m_Zone.Begin({0, false, "UTC"});
+    m_Zone.Finish();
 }
 
 void Calendar::RecoverAfterFork() {
@@ -268,8 +335,9 @@ void Calendar::RecoverAfterFork() {
     m_Zone.Finish();
     m_Source[0] = '\0';
     m_LastIndex = 0;
-    m_LastDay = FIRST_DAY;
+    m_LastDay = FIRST_OF_1970;
     m_Timezone = 0;
+    m_Local.instant = m_GMT.instant = NO_INSTANT;
     m_IsInUse.store(false, std::memory_order_relaxed);
 }
 
@@ -292,7 +360,9 @@ const tm* gmtime(const std::int32_t* seconds) {
     return *seconds >= 0 ? calendar.ShowGMT(*seconds) : nullptr;
 }
 
-std::int32_t mktime(tm* record) { return calendar.Read(*record); }
+std::int32_t mktime(tm* record) { return calendar.Normalise(*record); }
+
+std::int32_t mktime(const tm& record) { return calendar.Read(record); }
 
 void _tzset() { calendar.ReadZoneAnew(); }
 

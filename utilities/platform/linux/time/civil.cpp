@@ -27,8 +27,12 @@ Day DayOf(unsigned number) {
 }
 
 std::int64_t SecondsOf(const tm& record) {
-    const std::int64_t years = FloorDivide(record.tm_mon, 12);
-    const auto month = static_cast<int>(record.tm_mon - years * 12);
+    std::int64_t years = 0;
+    int month = record.tm_mon;
+    if (month < 0 || month > 11) {
+        years = FloorDivide(month, 12);
+        month = static_cast<int>(month - years * 12);
+    }
     const std::int64_t first = FirstDayOf(std::int64_t{record.tm_year} + 1900 + years, month);
     return (first + record.tm_mday - 1) * SECONDS_A_DAY + SecondsOfDay(record);
 }

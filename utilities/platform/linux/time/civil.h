@@ -25,14 +25,15 @@ constexpr bool IsLeapYear(std::int64_t year) {
 ///
 /// The year is taken to begin with March, so that a leap day is its last day, and the months'
 /// lengths from there on follow one formula. The method is that of H. Hinnant, "chrono-Compatible
-/// Low-Level Date Algorithms".
+/// Low-Level Date Algorithms". It counts from a year so early that all numbers are positive, as
+/// divisions without a sign are cheaper. Right for all years that an `int` can hold.
 constexpr std::int64_t FirstDayOf(std::int64_t year, int month) {
-    year -= month < 2 ? 1 : 0;
-    const std::int64_t era = FloorDivide(year, 400);
-    const std::int64_t yearOfEra = year - era * 400;
-    const int dayOfYear = (153 * (month + (month > 1 ? -2 : 10)) + 2) / 5;
-    return era * 146'097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear -
-           DAYS_BEFORE_1970;
+    constexpr std::int64_t ERAS = 1 << 23;  // of 400 years
+    const auto march = static_cast<std::uint64_t>(year + 400 * ERAS - (month < 2 ? 1 : 0));
+    const auto monthOfYear = static_cast<unsigned>(month + (month < 2 ? 10 : -2));
+    const std::uint64_t days =
+        march * 365 + march / 4 - march / 100 + march / 400 + (153 * monthOfYear + 2) / 5;
+    return static_cast<std::int64_t>(days) - ERAS * 146'097 - DAYS_BEFORE_1970;
 }
 
 /// A day and its date.

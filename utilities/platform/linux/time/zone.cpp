@@ -37,7 +37,7 @@ void Zone::Add(std::int64_t from, const ZoneClock& clock) {
         return Begin(clock);
     if (from > std::numeric_limits<std::int32_t>::max() + MARGIN || from < LastFrom())
         return;
-    if (from > LastFrom() && m_Count == m_Spans.size())
+    if (from > LastFrom() && m_Count == m_Spans.size() - 1)
         return;
     if (from > LastFrom())
         ++m_Count;
@@ -45,6 +45,7 @@ void Zone::Add(std::int64_t from, const ZoneClock& clock) {
 }
 
 void Zone::Finish() {
+    m_Spans[m_Count].from = std::numeric_limits<std::int64_t>::max();
     const auto isStandard = [](const ZoneSpan& span) { return !span.clock.isDaylight; };
     const auto end = m_Spans.begin() + static_cast<std::ptrdiff_t>(m_Count);
     const ZoneSpan* before = nullptr;

@@ -41,10 +41,7 @@ public:
     std::size_t Count() const { return m_Count; }
 
     /// Where the span ends: the first instant after it.
-    std::int64_t EndOf(std::size_t index) const {
-        return index + 1 < m_Count ? m_Spans[index + 1].from
-                                   : std::numeric_limits<std::int64_t>::max();
-    }
+    std::int64_t EndOf(std::size_t index) const { return m_Spans[index + 1].from; }
 
     /// From when the last span's clock is in force.
     std::int64_t LastFrom() const { return m_Spans[m_Count - 1].from; }
@@ -56,7 +53,7 @@ public:
     /// bits, or the zone is full; a span from the same instant replaces the last one.
     void Add(std::int64_t from, const ZoneClock& clock);
 
-    /// Works out the standard time of each span.
+    /// Works out the standard time of each span, and ends the last one.
     void Finish();
 
     /// A copy of a clock's name. Equal names share one copy. Empty for a name that no longer fits,
@@ -66,7 +63,8 @@ public:
 
 private:
     // The zone of the database with the most changes in 32 bits has about 240; a rule makes two a
-    // year, 276 from 1901 to 2038, and follows up to as many of a file.
+    // year, 276 from 1901 to 2038, and follows up to as many of a file. Behind the last span stands
+    // one that begins at the end of time.
     std::array<ZoneSpan, 640> m_Spans{};
     std::size_t m_Count = 0;
 
