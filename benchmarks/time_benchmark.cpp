@@ -1,6 +1,11 @@
-// Instants to local dates, times of day and texts, beside the common frameworks and the C library.
-// Each conversion of the library takes the mutex, and the one to local time is made twice.
+// Instants to local dates, times of day and texts, fields to instants, and the present time, beside
+// the common frameworks and the C library. Each conversion of the library takes the mutex, and the
+// one to local time is made twice.
 #include <benchmark/benchmark.h>
+#ifdef UTILITIES_HAS_ABSEIL
+#include <absl/time/clock.h>
+#include <absl/time/time.h>
+#endif
 #ifdef UTILITIES_HAS_GLIB
 #include <glib.h>
 #endif
@@ -23,6 +28,8 @@
 #include "utilities/time/bqtime.h"
 
 namespace {
+
+constexpr char ZONE[] = "Europe/Berlin";
 
 /// Needs both a date and a time of day.
 struct Shown {
@@ -84,6 +91,22 @@ void MeasureHost(const Case& row) {
     });
 }
 
+#ifdef UTILITIES_HAS_ABSEIL
+void MeasureAbseil(const Case& row) {
+    static const absl::TimeZone zone = absl::LocalTimeZone();
+    const std::string name = row.name;
+    const auto fields = [](const absl::Time& at) {
+        const absl::CivilSecond local = zone.At(at).cs;
+        return Shown{static_cast<int>(local.year()), local.day(), local.hour()};
+    };
+    const absl::Time instant = absl::FromUnixSeconds(row.seconds);
+    Measure("Time/" + name + ", date and time of day/Abseil", instant, fields);
+    Measure("Time/" + name + ", year, day and hour/Abseil", instant, fields);
+    Measure("Time/" + name + ", text/Abseil", instant,
+            [](const absl::Time& at) { return absl::FormatTime("%H:%M:%S %m/%d/%y", at, zone); });
+}
+#endif
+
 #ifdef UTILITIES_HAS_POCO
 void MeasurePoco(const Case& row) {
     const Poco::Timestamp instant = Poco::Timestamp::fromEpochTime(row.seconds);
@@ -140,14 +163,64 @@ void MeasureGlib(const Case& row) {
 }
 #endif
 
+void MeasureNow() {
+    const auto measure = [](const char* peer, auto now) {
+        Measure("Time/now/" + std::string(peer), 0, [now](int) { return now(); });
+    };
+    measure("Utilities", [] { return BqGMTime::getCurrentTime(); });
+    measure("C library", [] {
+        timespec now;
+        clock_gettime(CLOCK_REALTIME, &now);
+        return now;
+    });
+#ifdef UTILITIES_HAS_ABSEIL
+    measure("Abseil", [] { return absl::Now(); });
+#endif
+#ifdef UTILITIES_HAS_POCO
+    measure("Poco", [] { return Poco::Timestamp(); });
+#endif
+#ifdef UTILITIES_HAS_QT
+    measure("Qt", [] { return QDateTime::currentMSecsSinceEpoch(); });
+#endif
+#ifdef UTILITIES_HAS_GLIB
+    measure("GLib", [] { return g_get_real_time(); });
+#endif
+}
+
+/// Reads fields of GMT; `zone` null leaves TZ unset meanwhile.
+template <class Operation>
+void MeasureRead(const std::string& name, const char* zone, Operation operation) {
+    benchmark::RegisterBenchmark(name.c_str(), [zone, operation](benchmark::State& state) {
+        if (zone == nullptr)
+            unsetenv("TZ");
+        struct tm record {};
+        record.tm_mday = 1;
+        record.tm_year = 125;
+        for (auto _ : state) {
+            benchmark::DoNotOptimize(record);
+            benchmark::DoNotOptimize(operation(&record));
+        }
+        setenv("TZ", ZONE, 1);
+    });
+}
+
 const bool REGISTERED = [] {
     // The C library's locks are cheaper as long as there has been one thread only.
     std::thread([] {}).join();
-    setenv("TZ", "Europe/Berlin", 1);
+    setenv("TZ", ZONE, 1);
     tzset();
+    MeasureNow();
+    for (const char* const zone : {ZONE, static_cast<const char*>(nullptr)}) {
+        const std::string row = zone != nullptr ? "TZ set" : "TZ unset";
+        MeasureRead("Time/fields of GMT read, " + row + "/Utilities", zone, &BqGMTime::timegm);
+        MeasureRead("Time/fields of GMT read, " + row + "/C library", zone, &::timegm);
+    }
     for (const Case& row : CASES) {
         MeasureOwn(row);
         MeasureHost(row);
+#ifdef UTILITIES_HAS_ABSEIL
+        MeasureAbseil(row);
+#endif
 #ifdef UTILITIES_HAS_POCO
         MeasurePoco(row);
 #endif

@@ -130,7 +130,7 @@ public:
 
 private:
     struct UTILITIES_LOCAL Reading;
-    UTILITIES_LOCAL static Reading Read(struct tm& working, bool normalises);
+    UTILITIES_LOCAL static Reading ReadingOf(std::int32_t seconds, struct tm* working);
     UTILITIES_LOCAL static std::int32_t ReadAsGMT(const struct tm& record);
 
     /// Serialises all calls of the calendar.

@@ -1,7 +1,6 @@
 #include "utilities/time/bqgmtime.h"
 
 #include <tuple>
-#include <utility>
 
 #include "utilities/frame/assert_internal.h"
 #include "utilities/frame/debugline.h"
@@ -75,17 +74,17 @@ struct tm BqGMTime::gmtime(const std::int32_t* time, bool* success) {
     return result;
 }
 
-// The caller holds the mutex: the zone belongs to the conversion before it.
-BqGMTime::Reading BqGMTime::Read(struct tm& working, bool normalises) {
-    const auto convert = [&] {
-        return normalises ? platform::mktime(&working) : platform::mktime(std::as_const(working));
-    };
-    const std::int32_t seconds = convert();
+// What a `mktime` came to that returned `seconds`. One that failed is made again, for a cleared
+// record, which is stored in `working` as well unless that is null. The caller holds the mutex: the
+// zone belongs to the conversion before it.
+BqGMTime::Reading BqGMTime::ReadingOf(std::int32_t seconds, struct tm* working) {
     const std::int32_t zone = platform::_timezone();
     if (seconds != -1)
         return {seconds, zone, true};
-    working = {};
-    const std::int32_t secondResult = convert();
+    struct tm cleared {};
+    const std::int32_t secondResult = platform::mktime(&cleared);
+    if (working != nullptr)
+        *working = cleared;
     ASSERT(false);
     return {secondResult, zone, false};
 }
@@ -93,7 +92,8 @@ BqGMTime::Reading BqGMTime::Read(struct tm& working, bool normalises) {
 std::int32_t BqGMTime::mktime(struct tm* record, bool writeBack, bool* success) {
     const ScopedLock lock(tm_mutex);
     struct tm working = *record;
-    const Reading reading = Read(working, writeBack);
+    const Reading reading = writeBack ? ReadingOf(platform::mktime(&working), &working)
+                                      : ReadingOf(platform::mktime(working), nullptr);
     if (writeBack)
         *record = working;
     if (success != nullptr)
@@ -105,8 +105,7 @@ std::int32_t BqGMTime::mktime(struct tm* record, bool writeBack, bool* success) 
 // ones. Their difference is right only if each is first counted from GMT.
 std::int32_t BqGMTime::ReadAsGMT(const struct tm& record) {
     const ScopedLock lock(tm_mutex);
-    struct tm working = record;
-    const Reading reading = Read(working, false);
+    const Reading reading = ReadingOf(platform::mktime(record), nullptr);
     return WrappedDifference(reading.seconds, reading.zone);
 }
 

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <array>
 #include <atomic>
 #include <climits>
 #include <cstdlib>
@@ -50,8 +51,9 @@ struct Shown {
 ///   From then on the zone has a span.
 /// - `m_LastIndex` and `m_LastDay` are memos of the last conversion, as most calls ask for instants
 ///   near the one before: any span of the present zone, and any day with its date, are right.
-/// - `m_Local` and `m_GMT` are memos and results at once: the last instant that was shown, often
-///   the next one as well, with its fields. Without a source `m_Local` has no instant.
+/// - `m_Local` and `m_GMT` are memos and results at once: the instants that were shown last, with
+///   their fields. A text of an instant asks for it twice, each time in GMT and twice in the zone,
+///   then for its date and its time of day. Without a source `m_Local` has no instant.
 /// - `m_Timezone` is a result, valid until the next call that sets it.
 /// - `m_IsInUse` is set exactly as long as a thread changes anything.
 ///
@@ -97,7 +99,9 @@ private:
     std::size_t m_LastIndex = 0;
     Day m_LastDay = FIRST_OF_1970;
     std::int32_t m_Timezone = 0;
-    Shown m_Local, m_GMT;
+    Shown m_Local;
+    std::array<Shown, 4> m_GMT;
+    unsigned m_LastGMT = 0;
     std::atomic<bool> m_IsInUse{false};
 };
 
@@ -240,12 +244,15 @@ const tm* Calendar::ShowLocal(std::int32_t seconds) {
 }
 
 const tm* Calendar::ShowGMT(std::int32_t seconds) {
-    if (seconds != m_GMT.instant) {
-        const ScopedUse use(*this);
-        Show(m_GMT.fields, seconds, {0, false, "GMT"});
-        m_GMT.instant = seconds;
+    for (const Shown& shown : m_GMT) {
+        if (shown.instant == seconds)
+            return &shown.fields;
     }
-    return &m_GMT.fields;
+    const ScopedUse use(*this);
+    Shown& oldest = m_GMT[m_LastGMT++ % m_GMT.size()];
+    Show(oldest.fields, seconds, {0, false, "GMT"});
+    oldest.instant = seconds;
+    return &oldest.fields;
 }
 
 std::int32_t Calendar::Read(const tm& record) {
@@ -337,7 +344,8 @@ void Calendar::RecoverAfterFork() {
     m_LastIndex = 0;
     m_LastDay = FIRST_OF_1970;
     m_Timezone = 0;
-    m_Local.instant = m_GMT.instant = NO_INSTANT;
+    m_Local.instant = NO_INSTANT;
+    m_GMT.fill({});
     m_IsInUse.store(false, std::memory_order_relaxed);
 }
 
