@@ -1,3 +1,4 @@
+#define UTILITIES_EMIT_INLINE
 #include "utilities/text/qelstring.h"
 
 #include <algorithm>
@@ -130,12 +131,10 @@ bool Print(Text<Char>& text, const Char* format, std::va_list arguments) {
 
 }  // namespace
 
-String::String() = default;
 String::String(const char* text) : NarrowBase(text) {}
 String::String(const NarrowBase& text) : NarrowBase(text) {}
 String::String(const WideBase& text) { ConvertInto<char>(*this, text); }
 String::String(const String& other) = default;
-String::~String() = default;
 String& String::operator=(const String& other) = default;
 
 void String::Assign(const WideBase& text) { ConvertInto<char>(*this, text); }
@@ -187,13 +186,11 @@ bool String::LoadStringA(unsigned int) {
     return false;
 }
 
-WString::WString() = default;
 WString::WString(const WideChar* text) : WideBase(text) {}
 WString::WString(const WideBase& text) : WideBase(text) {}
 WString::WString(const NarrowBase& text) { ConvertInto<WideChar>(*this, text); }
 WString::WString(const char* text) { ConvertInto<WideChar>(*this, NarrowBase(text)); }
 WString::WString(const WString& other) = default;
-WString::~WString() = default;
 WString& WString::operator=(const WString& other) = default;
 
 void WString::Assign(const NarrowBase& text) { ConvertInto<WideChar>(*this, text); }

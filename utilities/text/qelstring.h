@@ -290,6 +290,12 @@ private:
     static const WString sEmpty;
 };
 
+// What a text that stays within its object is made and destroyed by.
+UTILITIES_INLINE String::String() = default;
+UTILITIES_INLINE String::~String() = default;
+UTILITIES_INLINE WString::WString() = default;
+UTILITIES_INLINE WString::~WString() = default;
+
 /// A text hashes as the standard string that it is.
 template <>
 struct std::hash<String> : std::hash<std::basic_string<char>> {};
