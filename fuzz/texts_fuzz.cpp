@@ -1,5 +1,5 @@
 // Texts stored and read as every number, and converted between the widths, whole and by formats, in
-// the "C" locale and in UTF-8.
+// the "C" locale and in UTF-8; numbers beside the host's printf.
 #include <clocale>
 
 #include "fuzz/input.h"
@@ -19,6 +19,17 @@ void TryFormats(const String& narrow, const WString& wide) {
     for (const char* format : {"%S", "%-30.2S", "%1200S", "%.1200S", "%7.600S"}) {
         String().Format(format, wide.c_str());
         WString().Format(WString(format).c_str(), narrow.c_str());
+    }
+}
+
+/// A number has the digits that the host's printf gives it.
+void RequireHostsDigits(double number) {
+    for (const char* format : {"%.7e", "%.9f", "%.2f", "%.3g", "%g"}) {
+        char host[400];
+        std::snprintf(host, sizeof host, format, number);
+        String own;
+        REQUIRE(own.Format(format, number) && own == host);
+        REQUIRE(String(format) != "%g" || MultiType(number).GetAs<String>() == host);
     }
 }
 
@@ -46,5 +57,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const WString units(ToText<WideChar>(bytes));
     RequireWayBack<String>(units);
     TryFormats(text, units);
+    if (double number = 0; bytes.size() >= sizeof number) {
+        std::memcpy(&number, bytes.data(), sizeof number);
+        RequireHostsDigits(number);
+    }
     return 0;
 }

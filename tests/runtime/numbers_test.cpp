@@ -79,8 +79,10 @@ TEST(Numbers, AreReadFromTheStartOfATextAndSaturate) {
 
 TEST(Numbers, AgreeWithTheHost) {
     std::mt19937_64 random(20240229);  // Every fourth number is denormal.
-    std::vector<double> values = {0.0,    -0.0,   1e5,      999999.5,  1e-4, 1e-5,
-                                  5e-324, 1e-310, HUGE_VAL, -HUGE_VAL, -NAN};
+    // Those from 999999.5 on are half-way between two texts of six digits.
+    std::vector<double> values = {0.0,     -0.0,     1e5,       1e-4,    1e-5,      5e-324,
+                                  1e-310,  HUGE_VAL, -HUGE_VAL, -NAN,    9999995e9, 1e23,
+                                  DBL_MAX, 999999.5, 100000.5,  1234565, 12345750,  10000025};
     while (values.size() < 3000)
         values.push_back(std::bit_cast<double>(random() >> (values.size() % 4 == 0 ? 12 : 0)));
     char out[runtime::GENERAL_CAPACITY];

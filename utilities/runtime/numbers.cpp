@@ -11,6 +11,7 @@
 #include <system_error>
 #include <type_traits>
 
+#include "utilities/runtime/decimal.h"
 #include "utilities/runtime/decimalpoint.h"
 
 namespace runtime {
@@ -160,8 +161,7 @@ double ParseDouble(const Char* text) {
 /// Writes printf's "%g" with a point, and returns the end. `out` has `GENERAL_CAPACITY` bytes.
 char* WriteGeneral(char* out, double value) {
     constexpr int PRECISION = 6;
-    return std::to_chars(out, out + GENERAL_CAPACITY, value, std::chars_format::general, PRECISION)
-        .ptr;
+    return WriteDecimal(out, out + GENERAL_CAPACITY, value, std::chars_format::general, PRECISION);
 }
 
 }  // namespace
@@ -177,15 +177,13 @@ double wcstod(const WideChar* text) { return ParseDouble(text); }
 
 std::size_t FormatGeneral(char* out, double value) {
     char* end = WriteGeneral(out, value);
-    char* const place = std::find(out, end, '.');
-    // The locale is asked only for numbers that have a point, as asking takes its time.
-    const std::string_view point = place == end ? "." : platform::DecimalPoint();
-    if (point == ".")
-        return static_cast<std::size_t>(end - out);
-    const char* const last = end;
-    end += point.size() - 1;
-    std::memmove(place + point.size(), place + 1, static_cast<std::size_t>(last - place) - 1);
-    point.copy(place, point.size());
+    const std::string_view point = platform::DecimalPoint();
+    char* const place = point == "." ? end : std::find(out, end, '.');
+    if (place != end) {
+        std::memmove(place + point.size(), place + 1, static_cast<std::size_t>(end - place) - 1);
+        point.copy(place, point.size());
+        end += point.size() - 1;
+    }
     return static_cast<std::size_t>(end - out);
 }
 

@@ -7,6 +7,8 @@
 #include <type_traits>
 
 #include "utilities/platform/currentlocale.h"
+#include "utilities/runtime/decimal.h"
+#include "utilities/runtime/digits.h"
 
 namespace runtime {
 namespace {
@@ -56,7 +58,7 @@ char* WriteDouble(char* first, char* last, char type, int precision, double valu
     const auto format = form == 'e'   ? std::chars_format::scientific
                         : form == 'f' ? std::chars_format::fixed
                                       : std::chars_format::general;
-    char* const end = std::to_chars(first, last, value, format, precision).ptr;
+    char* const end = WriteDecimal(first, last, value, format, precision);
     if (IsUpper(type))
         MakeUpper(first, end);
     return end;
@@ -151,8 +153,10 @@ NumberText FormatInteger(char (&buffer)[INTEGER_CAPACITY], const Directive& dire
 
     const int base = BaseOf(directive.type);
     char* end = buffer;
-    if (magnitude != 0 || !directive.hasPrecision || directive.precision != 0)
-        end = std::to_chars(buffer, buffer + INTEGER_CAPACITY, magnitude, base).ptr;
+    if (magnitude != 0 || !directive.hasPrecision || directive.precision != 0) {
+        end = base == 10 ? WriteDigits(buffer, CountDigits(magnitude), magnitude)
+                         : std::to_chars(buffer, buffer + INTEGER_CAPACITY, magnitude, base).ptr;
+    }
     text.whole = std::string_view(buffer, static_cast<std::size_t>(end - buffer));
     if (directive.precision > text.whole.size())
         text.leadingZeros = directive.precision - text.whole.size();
