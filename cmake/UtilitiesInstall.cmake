@@ -45,6 +45,6 @@ if(NOT IS_ABSOLUTE ${libDir})
 endif()
 install(FILES ${PROJECT_SOURCE_DIR}/utilities/gdb/libUtilities-gdb.py
         DESTINATION "${CMAKE_INSTALL_DATADIR}/gdb/auto-load${libDir}"
-        RENAME libUtilities.so.${PROJECT_VERSION}-gdb.py COMPONENT development)
+        RENAME libUtilities.so.${PROJECT_VERSION}-gdb.py COMPONENT runtime)
 
 include(${CMAKE_CURRENT_LIST_DIR}/UtilitiesPackages.cmake)

@@ -48,8 +48,8 @@ utilities_debian_package(debug libutilities${PROJECT_VERSION_MAJOR}-dbgsym debug
 What GDB reads of the base library beside its binary: sources' lines,
 types and variables.")
 utilities_debian_package(development libutilities-dev libdevel "${synopsis} (development)
-The headers of the base library, and what CMake, pkg-config and GDB
-want to know of it.")
+The headers of the base library, and what CMake and pkg-config want to
+know of it.")
 utilities_debian_package(examples utilities-examples misc "${synopsis} (examples)
 Programs that show the base library at work, with their sources: a
 catalogue that tells what changed in a directory tree, and a monitor

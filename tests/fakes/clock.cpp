@@ -4,8 +4,11 @@
 #include <utility>
 
 #include "utilities/platform/clock.h"
+#include "utilities/platform/inspection.h"
 
 namespace platform {
+
+ProcessStart processStart{};
 
 std::uint32_t clock() {
     if (const auto happens = std::exchange(fakes::atReading, nullptr))

@@ -27,6 +27,11 @@ platform::Handle CreateClampedSemaphore(int maxCount, int initialCount) {
     return platform::CreateSemaphoreA(isInRange ? initialCount : maximum, maximum);
 }
 
+void Stamp(MutexDbgEntry& record) {
+    record.LockTime.store(platform::clock(), std::memory_order_release);
+    record.IsUntimed = false;
+}
+
 bool Succeeds(platform::Handle object, unsigned int timeout) {
     return platform::WaitForSingleObject(object, timeout) == platform::WAIT_OBJECT_0;
 }
@@ -34,7 +39,7 @@ bool Succeeds(platform::Handle object, unsigned int timeout) {
 }  // namespace
 
 MutexLock::MutexLock(const char* name)
-    : m_Handle(platform::CreateMutexA()), m_DbgListIndex(TakeMutexRecord(name)) {}
+    : m_Handle(platform::CreateMutexA()), m_DbgListIndex(TakeMutexRecord(name, m_Handle)) {}
 
 MutexLock::MutexLock(const MutexLock&) = default;
 MutexLock& MutexLock::operator=(const MutexLock&) = default;
@@ -97,7 +102,7 @@ inline bool MutexLock::CountAcquisition(std::uint32_t caller) {
 [[gnu::noinline]] void MutexLock::FinishLock(Relaxed<std::uint32_t>* slot, std::uint32_t caller) {
     MutexDbgEntry& record = MutexDbgList[m_DbgListIndex];
     if (CountAcquisition(caller))
-        record.LockTime.store(platform::clock(), std::memory_order_release);
+        Stamp(record);
     if (slot != nullptr)
         *slot = 0;
     record.Owner.store(caller, std::memory_order_release);
@@ -106,7 +111,7 @@ inline bool MutexLock::CountAcquisition(std::uint32_t caller) {
 // The last steps of a first-level `Lock` that took the first slot. Apart from it, so that `Lock`
 // keeps nothing across the call of the clock.
 [[gnu::noinline]] static void StampAndPublish(MutexDbgEntry& record) {
-    record.LockTime.store(platform::clock(), std::memory_order_release);
+    Stamp(record);
     record.Waiter[0] = 0;
     record.Owner.store(platform::GetLockerId(), std::memory_order_release);
 }
@@ -144,8 +149,10 @@ bool MutexLock::TryLock(unsigned int timeout) {
     else if (result != platform::WAIT_OBJECT_0)
         return false;
     const std::uint32_t caller = getOwnThreadId();
-    CountAcquisition(caller);
-    MutexDbgList[m_DbgListIndex].Owner.store(caller, std::memory_order_release);
+    MutexDbgEntry& record = MutexDbgList[m_DbgListIndex];
+    if (CountAcquisition(caller))
+        record.IsUntimed = true;
+    record.Owner.store(caller, std::memory_order_release);
     return true;
 }
 

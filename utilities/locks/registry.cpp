@@ -64,7 +64,7 @@ void NameByIndex(std::uint16_t index) {
 
 // The records behind the count are free as well, so the first free one of the whole table is the
 // first within the count or else the one behind it, and the table itself decides between threads.
-std::uint16_t TakeMutexRecord(const char* name) {
+std::uint16_t TakeMutexRecord(const char* name, const void* handle) {
     for (std::uint16_t index = 0; index < MUTEX_RECORDS; ++index) {
         MutexDbgEntry& record = MutexDbgList[index];
         if (!Claim(record))
@@ -74,6 +74,7 @@ std::uint16_t TakeMutexRecord(const char* name) {
             NameMutexRecord(record, name);
         else
             NameByIndex(index);
+        record.Handle = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(handle));
         record.InUse.store(RECORD_IN_USE, std::memory_order_release);
         RaiseCount(static_cast<std::uint16_t>(index + 1));
         return index;

@@ -21,6 +21,8 @@ enum : std::uint8_t { RECORD_FREE = 0, RECORD_IN_USE = 1, RECORD_IN_PREPARATION 
 /// other down.
 struct alignas(64) MutexDbgEntry {
     std::atomic<std::uint8_t> InUse;
+    /// The holder has taken it by `TryLock`, which leaves `LockTime` as it was.
+    Relaxed<bool> IsUntimed;
     /// `clock()` at the last first-level `Lock`. Set before `Owner`, so that who sees an owner sees
     /// its stamp, and no older one.
     std::atomic<std::uint32_t> LockTime;
@@ -30,7 +32,9 @@ struct alignas(64) MutexDbgEntry {
     /// How often the record was taken. Raised while it is being prepared, so that a reader can tell
     /// whether all that it read belongs to one mutex.
     std::atomic<std::uint32_t> Uses;
+    Relaxed<std::uint32_t> Handle;  ///< The lower half of the mutex's handle, for a debugger.
 };
+static_assert(sizeof(MutexDbgEntry) == 64, "as gdb/libUtilities-gdb.py reads it");
 
 extern MutexDbgEntry MutexDbgList[MUTEX_RECORDS];
 
@@ -38,9 +42,9 @@ extern MutexDbgEntry MutexDbgList[MUTEX_RECORDS];
 extern std::atomic<std::uint16_t> MutexDbgCount;
 
 /// Takes the first free record, empties it and names it: `name`, or MTX_ and the index where that
-/// has fewer than two characters. In a full table, which is told on the `cout` stream, the last
-/// record is shared as it is. Gives the index.
-std::uint16_t TakeMutexRecord(const char* name);
+/// has fewer than two characters. `handle` is that of the mutex. In a full table, which is told on
+/// the `cout` stream, the last record is shared as it is. Returns the index.
+std::uint16_t TakeMutexRecord(const char* name, const void* handle);
 
 void NameMutexRecord(MutexDbgEntry& record, const char* name);
 

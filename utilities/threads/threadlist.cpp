@@ -5,6 +5,7 @@
 #include "utilities/platform/currentthread.h"
 #include "utilities/platform/fork.h"
 
+#include "utilities/threads/inspection_internal.h"
 #include "utilities/threads/lock_internal.h"
 
 namespace {
@@ -14,6 +15,8 @@ constinit StaticLock listLock;
 constinit ThreadList* instance = nullptr;
 
 }  // namespace
+
+constinit ThreadList* const* const inspectedThreadList = &instance;
 
 /// In the child of a fork the thread that forked runs alone, under a new id.
 struct ThreadListAfterFork {

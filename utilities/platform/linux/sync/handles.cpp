@@ -80,6 +80,8 @@ const AtFork tableAtFork(
 constinit std::array<std::atomic<Slot*>, SLOT_LIMIT / HandleTable::CHUNK_SIZE> HandleTable::chunks;
 constinit std::atomic<std::uint32_t> HandleTable::used{0};
 
+constinit const InspectedHandles inspectedHandles = HandleTable::Inspected();
+
 Slot* HandleTable::TakeUnused() {
     static_assert(sizeof firstChunk == CHUNK_SIZE * sizeof(Slot));
     const std::uint32_t index = used.load(std::memory_order_relaxed);

@@ -21,6 +21,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "utilities/platform/inspection.h"
 #include "utilities/platform/linux/sync/waitqueue.h"
 
 namespace platform {
@@ -92,6 +93,8 @@ public:
     /// At the unload: gives the memory back if no object is open any more. Where
     /// some are open the process is about to exit, with threads that still use them.
     static void Release();
+
+    static constexpr InspectedHandles Inspected() { return {&chunks, &used}; }
 
 private:
     static constexpr std::uint32_t CHUNK_SIZE = 256;

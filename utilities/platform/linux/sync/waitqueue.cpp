@@ -1,12 +1,13 @@
 #include "utilities/platform/linux/sync/waitqueue.h"
 
+#include "utilities/platform/currentthread.h"
 #include "utilities/platform/linux/sync/current.h"
 #include "utilities/platform/linux/sync/sanitizer.h"
 #include "utilities/platform/linux/sync/stopping.h"
 
 namespace platform {
 
-Waiter::Waiter() {
+Waiter::Waiter() : m_Thread(GetCurrentThreadId()) {
     current.sleepWord = &m_Word;
     std::atomic_signal_fence(std::memory_order_seq_cst);
     // A request that came before the word was known could not leave its mark.

@@ -50,6 +50,7 @@ private:
     static constexpr std::uint32_t REFUSED = 4;
 
     std::atomic<std::uint32_t> m_Word{0};
+    const std::uint32_t m_Thread;  ///< Its id, for a debugger.
     Waiter* m_Next = nullptr;
     Waiter* m_Previous = nullptr;
 };

@@ -22,6 +22,7 @@ struct Sighting {
     int count = 0;
 };
 
+/// A debugger reads `control`, `id` and `changes`: gdb/libUtilities-gdb.py has their places.
 struct ThreadRecord {
     /// The handle, each operation on it, and the thread until it has been joined hold one.
     std::atomic<std::uint32_t> references{2};

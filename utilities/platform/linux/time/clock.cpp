@@ -11,6 +11,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "utilities/platform/inspection.h"
 #include "utilities/platform/linux/sync/deadline.h"
 #include "utilities/platform/linux/sync/retry.h"
 #include "utilities/platform/stopdeferral.h"
@@ -18,11 +19,9 @@
 
 namespace platform {
 
-namespace {
+constinit ProcessStart processStart{};
 
-/// When the process started, in milliseconds of the coarse monotonic clock. 0 until the first call
-/// of `clock` has looked it up.
-constinit std::atomic<std::int64_t> processStart{0};
+namespace {
 
 using ReadClock = int (*)(clockid_t, timespec*);
 
@@ -80,14 +79,15 @@ bool ReadStartTicks(long long& ticks) {
         age = Milliseconds(CLOCK_BOOTTIME) - ticks * 1000 / sysconf(_SC_CLK_TCK);
     const std::int64_t start = age > 0 ? now - age : now;
     std::int64_t unknown = 0;
-    processStart.compare_exchange_strong(unknown, start != 0 ? start : 1);
-    return processStart.load();
+    processStart.onCalendar = Milliseconds(CLOCK_REALTIME) - (now - start);
+    processStart.monotonic.compare_exchange_strong(unknown, start != 0 ? start : 1);
+    return processStart.monotonic.load();
 }
 
 }  // namespace
 
 std::uint32_t clock() {
-    std::int64_t start = processStart.load(std::memory_order_relaxed);
+    std::int64_t start = processStart.monotonic.load(std::memory_order_relaxed);
     if (start == 0)
         start = FindProcessStart();
     const ReadClock read = readClock.load(std::memory_order_relaxed);
