@@ -11,6 +11,7 @@
 #include "utilities/frame/relaxed.h"
 #include "utilities/frame/statuslog.h"
 #include "utilities/frame/types.h"
+#include "utilities/frame/version.h"
 #include "utilities/locks/lockobj.h"
 #include "utilities/locks/mutexlist.h"
 #include "utilities/serial/ccomm.h"

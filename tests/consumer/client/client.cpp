@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "utilities/frame/statuslog.h"
+#include "utilities/frame/version.h"
 #include "utilities/services/md5.h"
 #include "utilities/text/qelstring.h"
 #include "utilities/values/multitype.h"
@@ -44,6 +45,7 @@ int main() {
     std::getline(std::ifstream("vy-current-status"), log);
     quantity->Fill(3);
     const std::pair<const char*, bool> checks[] = {
+        {"version", getUtilitiesVersion() == UTILITIES_VERSION},
         {"virtual call", derived->getCookie() == 7 && plain.getCookie() == -1},
         {"cast of a plain value", dynamic_cast<const Quantity*>(&value) == nullptr},
         {"type information", typeid(value) == typeid(MultiType)},

@@ -1,0 +1,3 @@
+#include "utilities/frame/version.h"
+
+unsigned int getUtilitiesVersion() { return UTILITIES_VERSION; }
