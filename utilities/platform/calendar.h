@@ -6,7 +6,8 @@
 /// any moment: if another thread was inside a call, the child reads its zone anew.
 ///
 /// The zone is what TZ says: the name of a file of the zone database, a path, a rule such as
-/// CET-1CEST,M3.5.0,M10.5.0/3, or, where TZ is unset, the system's own zone. Anything else is UTC.
+/// CET-1CEST,M3.5.0,M10.5.0/3, read as far as the text is one, or, where TZ is unset, the system's
+/// own zone. Anything else is UTC.
 /// Only `_tzset` looks at the environment, and the first call of another operation that needs a
 /// zone, where there was no `_tzset` before it. The C library's own idea of the zone is neither
 /// asked nor changed. Leap seconds aren't counted.

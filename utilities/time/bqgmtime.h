@@ -7,8 +7,11 @@
 /// The process's zone is what the environment variable TZ says: the name of a file of the zone
 /// database, such as Europe/Berlin, the path of such a file, or a rule, such as
 /// CET-1CEST,M3.5.0,M10.5.0/3. Where TZ is unset, it is the system's own zone, /etc/localtime. A
-/// text that is none of these, a misspelt name too, means UTC, and nothing reports that. The
-/// environment variable TZDIR names another folder of the zone database than /usr/share/zoneinfo.
+/// text that is none of these, a misspelt name too, means UTC, and nothing reports that. A text
+/// that begins with a rule is read as far as it is one, and the rest is ignored: EST5x is EST5, and
+/// CET-1CEST,M3.5 changes its clocks as if it named no dates, on those of the United States. A
+/// number out of its range counts as the nearest one in it. The environment variable TZDIR names
+/// another folder of the zone database than /usr/share/zoneinfo.
 ///
 /// The zone is read by the first conversion that needs it, and anew by each `BqGMTime::timegm` and
 /// `BqLocalDate::set`; nothing else notices a change of TZ or of the system's zone. These two
