@@ -251,14 +251,17 @@ int BinaryFile::AppendRecord() {
     const platform::ScopedFileEnd end(fileHandle, IsShared());
     if (!end.MayMove())
         return RESULT_SYSTEM;
+    const std::uint32_t known = recordCount;
     if (isOpen() && IsShared())
         updateRecordCount();
     if (recordCount == MOST_RECORDS)
         return RESULT_REFUSED;
     const int written =
         platform::AppendAt(fileHandle, recordBuffer.get(), recordSize, platform::AT_END);
-    if (written == RESULT_SYSTEM)
+    if (written == RESULT_SYSTEM) {
+        recordCount = known;
         return RESULT_SYSTEM;
+    }
     if (IsShared())
         updateRecordCount();
     else if (written > 0)

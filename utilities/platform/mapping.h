@@ -50,8 +50,8 @@ std::uint32_t GetFileSize(FileHandle file);
 /// zeros, and allocates them on the disk, so that no write to the memory can find the disk full.
 /// Returns null, with nothing changed, for a size of 0, for a size above the file's in a read-only
 /// mapping, for a file that is not open for reading (and for writing, if that is asked for), and
-/// where space or memory is missing. A failed allocation never shortens the file; some file systems
-/// keep for it the space that they found.
+/// where space or memory is missing. A failed allocation cuts nothing off that others have added;
+/// some file systems keep for it the space that they found.
 MappingHandle CreateFileMappingA(FileHandle file, std::uint32_t protection, std::uint32_t size);
 
 /// The address of the whole mapping. Null on failure, if `access` and the mapping's protection

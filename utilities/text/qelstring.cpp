@@ -88,8 +88,7 @@ bool AllPass(const Text<Char>& text, Test accepts) {
     return *c == 0;
 }
 
-/// A byte for each unit up to the first NUL: the unit's low byte where it passes `accepts`,
-/// otherwise
+/// A byte for each unit up to the first NUL: the unit's low byte where it passes `accepts`, else
 /// '?'.
 template <class Test>
 bool ToSubset(NarrowBase& out, const WideBase& text, Test accepts) {

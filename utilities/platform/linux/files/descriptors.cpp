@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <climits>
 
+#include "utilities/platform/linux/files/appending.h"
 #include "utilities/platform/linux/files/opening.h"
 #include "utilities/platform/linux/files/ownership.h"
 #include "utilities/platform/linux/files/sharing.h"
@@ -64,14 +65,6 @@ bool WriteAll(int file, const void* buffer, unsigned int size, std::int64_t offs
         done += static_cast<unsigned int>(written);
     } while (done < size);
     return true;
-}
-
-/// Cuts off what a failed append has left, if that still is the file's end.
-void TakeBack(int file, std::int64_t length, std::int64_t end) {
-    const int error = errno;
-    if (GetLength(file) == end && ftruncate(file, length) != 0)
-        return;  // With the newer reason.
-    errno = error;
 }
 
 bool IsTooLong(unsigned int size) {

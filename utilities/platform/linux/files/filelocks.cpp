@@ -17,11 +17,9 @@
 // rules:
 //
 // - A waiter attempts to take the lock only while it has the place. It takes the place anew for
-// each
-//   attempt, a millisecond long, and so several waiters take turns by chance.
+//   each attempt, a millisecond long, and so several waiters take turns by chance.
 // - An opener that has given up the lock itself a moment ago asks, before it takes it again,
-// whether
-//   somebody has the place; if so, it waits like the others.
+//   whether somebody has the place; if so, it waits like the others.
 //
 // Only fairness depends on the places: who has the lock is decided by the lock alone. The question
 // costs a system call, so ranges that weren't given up lately are taken without it, and a waiter

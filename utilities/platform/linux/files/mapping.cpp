@@ -9,7 +9,9 @@
 #include <cerrno>
 #include <new>
 
+#include "utilities/platform/descriptors.h"
 #include "utilities/platform/filelocks.h"
+#include "utilities/platform/linux/files/appending.h"
 #include "utilities/platform/linux/files/opening.h"
 #include "utilities/platform/linux/files/ownership.h"
 #include "utilities/platform/linux/files/sharing.h"
@@ -55,14 +57,19 @@ bool Allocate(int file, int mode, off_t from, off_t size) {
     return Uninterrupted([&] { return fallocate(file, mode, from, size - from); }) == 0;
 }
 
-/// For file systems that can't allocate: the C library writes into each block.
-bool ExtendByWriting(int file, off_t from, off_t size) {
-    int error = EINTR;
-    while (error == EINTR)
-        error = posix_fallocate(file, from, size - from);
-    if (error != 0 && ftruncate(file, from) == 0)
-        errno = error;
-    return error == 0;
+/// For file systems that can't allocate. Writes zeros, and takes them back where they don't fit.
+bool ExtendByWriting(int file, off_t size) {
+    constexpr char ZEROS[0x4000] = {};
+    const off_t from = GetLength(file);
+    for (off_t end = from; end < size;) {
+        const auto part = std::min<off_t>(size - end, sizeof ZEROS);
+        if (AppendAt(file, ZEROS, static_cast<unsigned int>(part), end) < 0) {
+            TakeBack(file, from, end);
+            return false;
+        }
+        end += part;
+    }
+    return true;
 }
 
 /// Extends the file to `size`, on the disk as well. The space comes first and doesn't change the
@@ -75,7 +82,7 @@ bool Extend(int file, off_t size) {
         return end.MayMove() && length >= size;
     if (Allocate(file, FALLOC_FL_KEEP_SIZE, length, size))
         return Allocate(file, 0, length, size);
-    return errno == EOPNOTSUPP && ExtendByWriting(file, length, size);
+    return errno == EOPNOTSUPP && ExtendByWriting(file, size);
 }
 
 bool IsOpenFor(int file, bool writing) {

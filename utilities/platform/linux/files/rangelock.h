@@ -10,8 +10,7 @@
 ///     LOCK_BYTES + 0 to 3       the share modes, see sharing.cpp
 ///     LOCK_BYTES + 4            the file's end; whoever holds it may move the end
 ///     LOCK_BYTES + 5            the place in the queue for the end
-///     LOCK_BYTES + 6            the place in the queue for all ranges that begin at PLACES or
-///     above
+///     LOCK_BYTES + 6            the place in the queue for ranges that begin at PLACES or above
 #ifndef UTILITIES_PLATFORM_LINUX_FILES_RANGELOCK_H
 #define UTILITIES_PLATFORM_LINUX_FILES_RANGELOCK_H
 
