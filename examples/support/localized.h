@@ -8,21 +8,25 @@
 
 #include "utilities/utilities.h"
 
-/// The process's locale for times, as it is at the first call. Building it reads the locale's
-/// files, which takes far longer than writing a time.
-inline const std::locale& LocaleForTimes() {
-    static const std::locale locale(std::locale::classic(), std::setlocale(LC_TIME, nullptr),
-                                    std::locale::time);
-    return locale;
+/// A stream that writes in the process's locale for times, as it is at the thread's first call. To
+/// build a named locale reads its files, and takes far longer than to write a time.
+inline std::ostringstream& StreamForTimes() {
+    thread_local std::ostringstream stream = [] {
+        std::ostringstream localized;
+        localized.imbue(std::locale(std::locale::classic(), std::setlocale(LC_TIME, nullptr),
+                                    std::locale::time));
+        return localized;
+    }();
+    return stream;
 }
 
 /// The text of `time`, any of the library's time classes, in the process's locale for times.
 template <class Time>
 String Localized(const Time& time) {
-    std::ostringstream text;
-    text.imbue(LocaleForTimes());
-    text << time;
-    return text.str();
+    std::ostringstream& stream = StreamForTimes();
+    stream.str("");
+    stream << time;
+    return stream.str();
 }
 
 #endif
