@@ -177,12 +177,14 @@ double wcstod(const WideChar* text) { return ParseDouble(text); }
 
 std::size_t FormatGeneral(char* out, double value) {
     char* end = WriteGeneral(out, value);
-    const std::string_view point = platform::DecimalPoint();
-    char* const place = point == "." ? end : std::find(out, end, '.');
+    const char* const point = platform::DecimalPoint();
+    const bool isDot = point[0] == '.' && point[1] == '\0';
+    char* const place = isDot ? end : std::find(out, end, '.');
     if (place != end) {
-        std::memmove(place + point.size(), place + 1, static_cast<std::size_t>(end - place) - 1);
-        point.copy(place, point.size());
-        end += point.size() - 1;
+        const std::size_t length = std::strlen(point);
+        std::memmove(place + length, place + 1, static_cast<std::size_t>(end - place) - 1);
+        std::memcpy(place, point, length);
+        end += length - 1;
     }
     return static_cast<std::size_t>(end - out);
 }

@@ -1,11 +1,13 @@
 #include "utilities/values/multitype.h"
 
 #include <algorithm>
-#include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 
+#include "utilities/runtime/digits.h"
 #include "utilities/runtime/numbers.h"
+#include "utilities/runtime/overwrite.h"
 #include "utilities/values/conversion_internal.h"
 #include "utilities/values/kinds_internal.h"
 
@@ -14,31 +16,60 @@ using kinds::Form;
 
 namespace {
 
-constexpr std::size_t CAPACITY = runtime::GENERAL_CAPACITY;
 constexpr std::size_t LARGEST_BLOCK = std::numeric_limits<unsigned int>::max();
 
+/// Of a number, with space for more than it has.
+using Characters = char[runtime::GENERAL_CAPACITY];
+
+/// Most numbers fit into the space that a string has in itself: a copy of a fixed size takes less
+/// time there than one by the length.
+void AssignNumber(String& out, const Characters& text, std::size_t length) {
+    constexpr std::size_t USUAL = 15;
+    runtime::Overwrite(out, std::max(length, USUAL), [&](char* to) {
+        std::memcpy(to, text, USUAL);
+        if (length > USUAL)
+            std::memcpy(to + USUAL, text + USUAL, length - USUAL);
+        return length;
+    });
+}
+
 /// The characters are ASCII.
-void AssignNumber(String& out, const char* text, std::size_t length) { out.assign(text, length); }
-void AssignNumber(WString& out, const char* text, std::size_t length) {
-    WideChar wide[CAPACITY];
-    std::copy_n(text, length, wide);
-    out.assign(wide, length);
+void AssignNumber(WString& out, const Characters& text, std::size_t length) {
+    runtime::Overwrite(out, length, [&](WideChar* to) {
+        std::copy_n(text, length, to);
+        return length;
+    });
 }
 
 template <class Text, class Integer>
 void AssignInteger(Text& out, Integer value) {
-    char digits[CAPACITY];
-    const char* end = std::to_chars(digits, digits + CAPACITY, value).ptr;
-    AssignNumber(out, digits, static_cast<std::size_t>(end - digits));
+    Characters text;
+    char* first = text;
+    auto magnitude = static_cast<std::uint64_t>(value);
+    if (value < 0) {
+        *first++ = '-';
+        magnitude = 0 - magnitude;
+    }
+    char* const end = runtime::WriteDigits(first, runtime::CountDigits(magnitude), magnitude);
+    AssignNumber(out, text, static_cast<std::size_t>(end - text));
 }
 
-template <class Text>
-void AssignFloating(Text& out, double value) {
-    typename Text::value_type characters[CAPACITY];
-    out.assign(characters, runtime::FormatGeneral(characters, value));
+void AssignFloating(String& out, double value) {
+    Characters text;
+    AssignNumber(out, text, runtime::FormatGeneral(text, value));
 }
 
-void AssignText(String& out, const String& text) { out = text; }
+void AssignFloating(WString& out, double value) {
+    WideChar text[runtime::GENERAL_CAPACITY];
+    out.assign(text, runtime::FormatGeneral(text, value));
+}
+
+void AssignText(String& out, const String& text) {
+    runtime::Overwrite(out, text.size(), [&](char* to) {
+        std::memcpy(to, text.data(), text.size());
+        return text.size();
+    });
+}
 void AssignText(String& out, const WString& text) { out.Assign(text); }
 void AssignText(WString& out, const String& text) { out.Assign(text); }
 void AssignText(WString& out, const WString& text) { out = text; }
@@ -50,7 +81,7 @@ void Read(kinds::NoKind, const Datum&, To&) {}
 
 template <class To>
 void Read(kinds::Nothing, const Datum&, To& out) {
-    AssignNumber(out, "Invalid", 7);
+    out = To("Invalid");
 }
 
 /// The bytes as they are, without an odd last byte in wide text.
