@@ -92,6 +92,7 @@ bool KeepRecords() {
         file.openFile("records", BinaryFile::BF_EXTEND, BinaryFile::BF_DENYNO, SIZE) != 0 ||
         more.openFile("records", BinaryFile::BF_APPEND, BinaryFile::BF_DENYNO, SIZE) != 0)
         return false;
+    const unsigned int known = more.getRecordCount();
     unsigned int written = file.writeHeader() == SIZE;
     for (unsigned int record = 1; record <= 2; ++record) {
         const unsigned int count = file.getRecordCount();
@@ -105,8 +106,7 @@ bool KeepRecords() {
     EXPECT_EQ(size % SIZE, 0u) << "a part of a record";
 
     const bool isAdded = more.writeCurrent() == SIZE;
-    EXPECT_TRUE((more.getCurrentRecord() != 0) == isAdded &&
-                (more.getRecordCount() != 0) == isAdded);
+    EXPECT_TRUE(isAdded || (more.getCurrentRecord() == 0 && more.getRecordCount() == known));
     EXPECT_TRUE(more.closeFile() == 0 || more.closeFile() == 0);
     EXPECT_EQ(ContentOf("records")->size(), size + (isAdded ? SIZE : 0)) << "a part of a record";
     return isAdded && isRead && written == 3 && AssureFileRemoved("records", nullptr);
