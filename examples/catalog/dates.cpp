@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <ctime>
 
 #include "localized.h"
 #include "messages.h"
@@ -10,7 +11,7 @@
 namespace {
 
 constexpr char FORM[] = "dddd-dd-dd";
-constexpr __int64 LAST_SHOWN = 24'837LL * 86'400 - 1;  // The end of 2037, up to the zone's offset.
+constexpr __int64 LAST_LOCALIZED = 24'837LL * 86'400 - 1;  // The end of 2037, up to the offset.
 
 bool HasForm(const std::string& text) {
     const auto fits = [](char c, char form) {
@@ -19,68 +20,77 @@ bool HasForm(const std::string& text) {
     return std::equal(text.begin(), text.end(), FORM, FORM + sizeof FORM - 1, fits);
 }
 
-BqLocalDate DateOf(const std::string& option, const std::string& text) {
-    BqLocalDate date;
-    unsigned short year = 0;
-    unsigned char month = 0, day = 0;
-    if (HasForm(text)) {
-        const int wantedYear = std::atoi(&text[0]), wantedMonth = std::atoi(&text[5]);
-        const int wantedDay = std::atoi(&text[8]);
-        date.set(static_cast<unsigned char>(wantedDay), static_cast<unsigned char>(wantedMonth),
-                 static_cast<unsigned short>(wantedYear));
-        // `set` takes a day that the month doesn't have for one of another month.
-        date.get(&year, &month, &day, nullptr);
-        if (year == wantedYear && month == wantedMonth && day == wantedDay)
-            return date;
+/// A number for a day, greater for later ones.
+__int64 DayOf(const std::tm& time) {
+    return (static_cast<__int64>(time.tm_year) * 12 + time.tm_mon) * 31 + time.tm_mday;
+}
+
+std::tm LocalTimeOf(__int64 seconds) {
+    const std::time_t time = seconds;
+    std::tm local = {};
+    // Fails for years that an `int` can't hold.
+    if (localtime_r(&time, &local) == nullptr)
+        local.tm_year = seconds < 0 ? INT_MIN : INT_MAX;
+    return local;
+}
+
+std::optional<__int64> DateOf(const CommandLine& line, const char* option) {
+    const String* const text = line.ValueOf(option);
+    if (text == nullptr)
+        return std::nullopt;
+    if (HasForm(*text)) {
+        std::tm date = {};
+        date.tm_year = std::atoi(text->c_str()) - 1900;
+        date.tm_mon = std::atoi(text->c_str() + 5) - 1;
+        date.tm_mday = std::atoi(text->c_str() + 8);
+        const __int64 wanted = DayOf(date);
+        const int month = date.tm_mon;
+        // A day that the month doesn't have becomes one of another month.
+        if (timegm(&date) != -1 && DayOf(date) == wanted && date.tm_mon == month)
+            return wanted;
     }
-    throw UsageError(option + " " + Escaped(text) +
-                     ": not a date from 1971-01-01 to 2037-12-31, written like 2021-12-31");
+    throw UsageError("--" + String(option) + " " + Escaped(*text) +
+                     ": not a date, written like 2021-12-31");
 }
 
-/// The invalid time for one that is too early or too late to be shown.
-BqGMTime InstantOf(__int64 seconds) {
-    if (seconds < 0 || seconds > LAST_SHOWN)
-        return BqGMTime();
-    const BqGMTime instant(seconds * 1000);
-    return instant.getLocalTimeOfDay(nullptr) < BqLocalTimeOfDay() ? BqGMTime() : instant;
-}
-
-// Rounded down, so that what was modified before 1970 isn't shown as of that year.
-__int64 SecondsOf(const FileStatus& status) {
-    constexpr __int64 NANOSECONDS_PER_SECOND = 1'000'000'000;
-    return status.modified / NANOSECONDS_PER_SECOND -
-           (status.modified % NANOSECONDS_PER_SECOND < 0 ? 1 : 0);
-}
-
-bool IsWithin(const BqDateRange& range, __int64 modified) {
-    const BqGMTime instant = InstantOf(modified);
-    const BqLocalDate unshown(modified > LAST_SHOWN ? BqLocalDate::MAX_DATE
-                                                    : BqLocalDate::MIN_DATE);
-    const BqLocalDate date = instant.isValid() ? instant.getLocalDate(nullptr) : unshown;
-    return (range.getStart().IsMinDate() || date >= range.getStart()) &&
-           (range.getEnd().IsMaxDate() || date <= range.getEnd());
+String Printed(const char* format, const std::tm& time) {
+    char text[64];
+    return String(std::string(text, std::strftime(text, sizeof text, format, &time)));
 }
 
 }  // namespace
 
-BqDateRange RangeOf(const CommandLine& line) {
-    const String* const since = line.ValueOf("since");
-    const String* const until = line.ValueOf("until");
-    const BqDateRange all;
-    return BqDateRange(since != nullptr ? DateOf("--since", *since) : all.getStart(),
-                       until != nullptr ? DateOf("--until", *until) : all.getEnd());
+DateRange::DateRange(const CommandLine& line)
+    : m_First(DateOf(line, "since")), m_Last(DateOf(line, "until")) {}
+
+bool DateRange::Has(__int64 seconds) const {
+    if (!m_First && !m_Last)
+        return true;
+    const __int64 day = DayOf(LocalTimeOf(seconds));
+    return (!m_First || day >= *m_First) && (!m_Last || day <= *m_Last);
 }
 
-void KeepModifiedWithin(const BqDateRange& range, const Descriptor& root,
-                        std::vector<std::string>& files) {
-    if (range == BqDateRange())
-        return;
-    std::erase_if(files, [&](const std::string& path) {
-        FileStatus status;
-        return ReadFileStatus(root, path, status) && !IsWithin(range, SecondsOf(status));
-    });
+TimeFormat::TimeFormat(const CommandLine& line) {
+    const String* const form = line.ValueOf("dates");
+    m_IsLocalized = form != nullptr && *form == "locale";
+    if (form != nullptr && !m_IsLocalized && *form != "iso")
+        throw UsageError("--dates " + Escaped(*form) + ": neither iso nor locale");
 }
 
-String ShownTime(__int64 seconds) { return Localized(InstantOf(seconds)); }
+String TimeFormat::Shown(__int64 seconds) const {
+    if (m_IsLocalized && seconds >= 0 && seconds <= LAST_LOCALIZED) {
+        const BqGMTime instant(seconds * 1000);
+        if (instant.getLocalTimeOfDay(nullptr) >= BqLocalTimeOfDay())
+            return Localized(instant);
+    }
+    return Printed("%Y-%m-%d %H:%M:%S", LocalTimeOf(seconds));
+}
 
-String ShownModification(const FileStatus& status) { return ShownTime(SecondsOf(status)); }
+String UniversalTime(__int64 seconds, std::uint32_t nanoseconds) {
+    const std::time_t time = seconds;
+    std::tm universal = {};
+    gmtime_r(&time, &universal);
+    String fraction;
+    fraction.Format(".%09uZ", nanoseconds);
+    return Printed("%Y-%m-%dT%H:%M:%S", universal) + fraction;
+}

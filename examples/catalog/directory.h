@@ -1,40 +1,45 @@
-/// A directory that a command works on.
+/// A directory that a command works on, and the paths that the user names.
 #ifndef CATALOG_DIRECTORY_H
 #define CATALOG_DIRECTORY_H
 
-#include <set>
 #include <string>
-#include <utility>
+#include <vector>
 
 #include "commandline.h"
+#include "entry.h"
 #include "files.h"
 #include "walk.h"
 
-/// A directory and the regular files below it whose own name matches a pattern, except the
-/// program's own files, which change while it runs: its store and its status logs.
+/// A directory, and what was found of a selection in it.
 struct Directory {
     /// `path` may be a symbolic link. One that can't be opened is thrown as `std::system_error`.
-    Directory(const String& path, const String& pattern, const String& store = String());
+    Directory(const std::string& path, Selection wanted);
 
-    /// The absolute path of `below`, a path relative to the directory.
-    std::string Absolute(const std::string& below) const;
-
-    /// Whether the file `absolute` is known to be missing: it would be below the directory, wasn't
+    /// Whether what the catalogue has as `below` is known to be missing: it is selected, wasn't
     /// found, and no directory above it was unreadable.
-    bool Lacks(const std::string& absolute) const;
+    bool Lacks(const std::string& below) const;
 
     Descriptor root;
     std::string base;  ///< The directory's absolute path.
-    Tree tree;
+    Selection selection;
+    Walked walked;
 };
 
-/// Whether `path` names `directory` or something below it.
-bool IsWithin(const std::string& path, const std::string& directory);
+/// The absolute path of a directory, without links. Throws `std::system_error`.
+std::string AbsolutePathOf(const std::string& directory);
+
+/// The absolute path of anything, without links above it; it needn't exist.
+std::string PlaceOf(const std::string& path);
+
+/// The program's own files, relative to `base`, within which they are: the store and the status
+/// logs, which change while it runs.
+std::vector<std::string> OwnFilesIn(const std::string& base, const CommandLine& line);
+
+/// The names on the standard input, one a line, or with `--null` each ended by a zero byte. Empty
+/// ones are left out.
+std::vector<std::string> NamesFromInput(const CommandLine& line);
 
 /// The option --threads, by default the number of cores.
 int NumberOfThreads(const CommandLine& line);
-
-/// The option --store; `UsageError` if it is missing.
-const String& StoreOf(const CommandLine& line);
 
 #endif

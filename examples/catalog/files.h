@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "entry.h"
 #include "utilities/utilities.h"
 
 /// Owns an open file or directory, which its destructor closes.
@@ -32,24 +33,13 @@ private:
 /// longer than a system call takes. If the result isn't open, `errno` tells why.
 Descriptor OpenBelow(const Descriptor& root, const std::string& path, int flags);
 
-/// By what the system tells of a file one can see that it has changed.
-struct FileStatus {
-    unsigned __int64 size = 0;
-    __int64 modified = 0;  ///< Nanoseconds since 1970.
-};
+/// Asks the system for the status of anything below `root`, and for the target of a link. Returns
+/// the empty text on success, otherwise the reason of the failure.
+String ReadStatus(const Descriptor& root, Entry& entry);
 
-/// The digest of a file, and its status when it was read.
-struct Contents {
-    FileStatus status;
-    String digest;
-};
-
-/// Asks the system for a file's status; false on failure.
-bool ReadFileStatus(const Descriptor& root, const std::string& path, FileStatus& status);
-
-/// Reads a regular file to its end. Returns the empty text on success, otherwise the reason of the
-/// failure. A file that was changed or removed meanwhile counts as failed. Throws `Interrupted`
-/// after an interrupt.
-String ReadContents(const Descriptor& root, const std::string& path, Contents& contents);
+/// Reads a regular file to its end, for its digests, and its status. Returns the reason of a
+/// failure likewise. A file that was changed or removed meanwhile counts as failed. Throws
+/// `Interrupted` after an interrupt.
+String ReadContent(const Descriptor& root, bool withSha256, Entry& entry);
 
 #endif

@@ -1,69 +1,106 @@
+#include <optional>
 #include <vector>
 
 #include "commands.h"
 #include "dates.h"
 #include "directory.h"
+#include "listing.h"
 #include "messages.h"
 #include "parallel.h"
-#include "table.h"
+#include "statuslogs.h"
 
 namespace {
 
 struct ListedFile {
-    std::string path;
-    Contents contents;
+    std::string shownPath;
+    Entry entry;
     String reason;  ///< Why it can't be read; empty if it was.
 };
 
-/// Reads the files that are in the tree. The result has the tree's order, whatever the threads'
-/// order; those that can't be read go into the tree's failures.
-std::vector<ListedFile> ReadFiles(Directory& directory, int threads) {
-    Tree& tree = directory.tree;
-    std::vector<ListedFile> files(tree.files.size());
-    ParallelFor(files.size(), threads, [&](std::size_t index) {
-        ListedFile& file = files[index];
-        file.path = std::move(tree.files[index]);
-        file.reason = ReadContents(directory.root, file.path, file.contents);
-    });
-    for (const ListedFile& file : files) {
-        if (!file.reason.empty())
-            tree.failures.push_back({file.path, file.reason});
+/// The files below the directory, and what of it can't be read.
+std::vector<ListedFile> FilesIn(const Directory& directory, const CommandLine& line) {
+    const String pattern = line.words.size() > 1 ? line.words[1] : String("*");
+    std::vector<ListedFile> files;
+    for (const Found& found : directory.walked.found) {
+        ListedFile file{found.path, Entry(), String()};
+        file.entry.path = found.path;
+        if (found.isFile &&
+            String(found.path.substr(found.path.rfind('/') + 1)).WildcardMatch(pattern))
+            files.push_back(file);
     }
-    std::erase_if(files, [](const ListedFile& file) { return !file.reason.empty(); });
+    for (const Failure& failure : directory.walked.failures) {
+        const std::string path = failure.path.empty() ? std::string(line.words[0]) : failure.path;
+        PrintError(path, failure.reason);
+    }
     return files;
 }
 
-Row RowOf(const ListedFile& file) {
-    return {Escaped(file.path), file.contents.status.size, ShownModification(file.contents.status),
-            file.contents.digest};
+std::vector<ListedFile> FilesFromInput(const CommandLine& line) {
+    std::vector<ListedFile> files;
+    for (const std::string& name : NamesFromInput(line)) {
+        files.push_back({name, Entry(), String()});
+        files.back().entry.path = Below(PlaceOf(name), "/");
+    }
+    return files;
 }
 
-void PrintTable(const std::vector<ListedFile>& files) {
-    Table table;
-    for (const ListedFile& file : files)
-        table.Measure(RowOf(file));
-    unsigned __int64 bytes = 0;
+/// Reads the files. The result has their order, whatever the threads' order. Those outside of the
+/// dates are left out.
+std::vector<ListedFile> ReadFiles(std::vector<ListedFile> files, const Descriptor& root,
+                                  const CommandLine& line) {
+    const DateRange dates(line);
+    const bool hasDates = line.Has("since") || line.Has("until");
+    ParallelFor(files.size(), NumberOfThreads(line), [&](std::size_t index) {
+        ListedFile& file = files[index];
+        if (hasDates && ReadStatus(root, file.entry).empty() &&
+            !dates.Has(file.entry.status.modified))
+            file.shownPath.clear();
+        else
+            file.reason = ReadContent(root, line.Has("sha256"), file.entry);
+    });
+    std::erase_if(files, [](const ListedFile& file) { return file.shownPath.empty(); });
+    return files;
+}
+
+int Print(const std::vector<ListedFile>& files, const CommandLine& line) {
+    bool allRead = true;
     for (const ListedFile& file : files) {
-        PrintLine(table.Line(RowOf(file)));
-        bytes += file.contents.status.size;
+        if (file.reason.empty())
+            continue;
+        PrintError(file.shownPath, file.reason);
+        allRead = false;
     }
-    PrintLine(CountOf(files.size(), "file") + ", " + CountOf(bytes, "byte"));
+    Listing(line).Print([&](const auto& print) {
+        for (const ListedFile& file : files) {
+            if (file.reason.empty())
+                print(file.shownPath, file.entry);
+        }
+    });
+    return allRead ? STATUS_DONE : STATUS_FAILED;
 }
 
 }  // namespace
 
 int List(const CommandLine& line) {
-    const int threads = NumberOfThreads(line);
-    const BqDateRange range = RangeOf(line);
-    VYStatusLogAppend("looking for files");
-    const String& path = line.words[0];
-    Directory directory(path, line.words.size() > 1 ? line.words[1] : String("*"));
-    KeepModifiedWithin(range, directory.root, directory.tree.files);
-    VYStatusLogAppend("reading the files");
-    const std::vector<ListedFile> files = ReadFiles(directory, threads);
-    for (const Failure& failure : directory.tree.failures)
-        PrintError(failure.path.empty() ? path : failure.path, failure.reason);
-    VYStatusLogAppend("writing the table");
-    PrintTable(files);
-    return directory.tree.failures.empty() ? STATUS_DONE : STATUS_FAILED;
+    NumberOfThreads(line);
+    const TimeFormat checkedForm(line);
+    const DateRange checkedDates(line);
+    AppendStatus("looking for files");
+    const bool isListed = line.words[0] == "-" || line.Has("null");
+    std::optional<Directory> directory;
+    Selection selection;
+    if (isListed)
+        selection = {{}, false, Exclusion(), {}};
+    const Arguments excluded = line.ValuesOf("exclude");
+    selection.exclusion = Exclusion({excluded.begin(), excluded.end()});
+    const std::string path = isListed ? std::string("/") : std::string(line.words[0]);
+    if (!isListed)
+        selection.ownFiles = OwnFilesIn(AbsolutePathOf(path), line);
+    directory.emplace(path, selection);
+    std::vector<ListedFile> files = isListed ? FilesFromInput(line) : FilesIn(*directory, line);
+    AppendStatus("reading the files");
+    files = ReadFiles(std::move(files), directory->root, line);
+    AppendStatus("writing the table");
+    const int status = Print(files, line);
+    return directory->walked.failures.empty() ? status : STATUS_FAILED;
 }

@@ -1,5 +1,6 @@
 #include "parallel.h"
 
+#include <algorithm>
 #include <atomic>
 #include <exception>
 #include <memory>
@@ -16,33 +17,31 @@ namespace {
 constexpr unsigned int WITHOUT_LIMIT = 0xFFFFFFFF;
 constexpr unsigned int BETWEEN_CHECKS = 1000;  // Milliseconds.
 
-/// The indexes for the threads to take, after the last one an `END` for each thread.
+/// The indexes for the threads to take: several at once, so that threads that are done with each in
+/// no time don't wait for each other, and at the end single ones, so that they end together.
 class Queue {
 public:
-    static constexpr auto END = static_cast<std::size_t>(-1);
+    struct Range {
+        std::size_t begin, end;
+    };
 
-    explicit Queue(std::size_t size) : m_Filled(static_cast<int>(size), 0) {
-        m_Indexes.reserve(size);
-    }
+    Queue(std::size_t size, int threads)
+        : m_Size(size), m_Share(4 * static_cast<unsigned>(threads)) {}
 
-    void Push(std::size_t index) {
-        {
-            const ScopedLock lock(m_Mutex);
-            m_Indexes.push_back(index);
-        }
-        m_Filled.Unlock();
-    }
-
-    std::size_t Pop() {
-        m_Filled.Lock();
+    /// An empty range at the end.
+    Range Pop() {
         const ScopedLock lock(m_Mutex);
-        return m_Indexes[m_Taken++];
+        const std::size_t begin = m_Taken;
+        m_Taken += std::clamp<std::size_t>((m_Size - begin) / m_Share, 1, MOST_AT_ONCE);
+        m_Taken = std::min(m_Taken, m_Size);
+        return {begin, m_Taken};
     }
 
 private:
+    static constexpr std::size_t MOST_AT_ONCE = 64;
+
     MutexLock m_Mutex{"CATALOG_QUEUE"};
-    SemaphoreLock m_Filled;  ///< Counts the indexes that are not taken.
-    std::vector<std::size_t> m_Indexes;
+    const std::size_t m_Size, m_Share;
     std::size_t m_Taken = 0;
 };
 
@@ -55,9 +54,11 @@ struct Work {
 
     /// Runs tasks until the queue ends.
     void TakePart() {
-        for (std::size_t index; (index = queue.Pop()) != Queue::END;) {
-            if (!failed && !IsInterrupted())
-                Run(index);
+        for (Queue::Range range; range = queue.Pop(), range.begin < range.end;) {
+            for (std::size_t index = range.begin; index < range.end; ++index) {
+                if (!failed && !IsInterrupted())
+                    Run(index);
+            }
         }
     }
 
@@ -123,16 +124,12 @@ std::vector<Worker*> MakeWorkers(Work& work, int count) {
 }  // namespace
 
 void ParallelFor(std::size_t count, int threads, const std::function<void(std::size_t)>& task) {
-    Work work{Queue(count + static_cast<std::size_t>(threads)), task};
+    Work work{Queue(count, threads), task};
     std::vector<Worker*> workers = MakeWorkers(work, threads);
     DeadlockWatch& watch = Keep(std::make_unique<DeadlockWatch>());
     // From here on nothing throws until all threads have ended.
     std::erase_if(workers, [](Worker* worker) { return !worker->Create(false, 0); });
     watch.Create(false, 0);
-    for (std::size_t index = 0; !workers.empty() && index < count; ++index)
-        work.queue.Push(index);
-    for (std::size_t i = 0; i < workers.size(); ++i)
-        work.queue.Push(Queue::END);
     for (Worker* worker : workers)
         worker->WaitForThreadExit(WITHOUT_LIMIT);
     watch.Stop();

@@ -6,11 +6,11 @@
 
 #include "utilities/utilities.h"
 
-/// Draws a bar on a terminal, which the destructor removes; otherwise writes a line for each tenth
-/// of the work. Writes nothing if `quiet`.
+/// Draws a bar on a terminal, which the destructor removes. Writes nothing elsewhere, or if
+/// `quiet`.
 class Progress {
 public:
-    Progress(std::size_t m_Total, bool quiet);
+    Progress(std::size_t totalSteps, bool quiet);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
@@ -20,11 +20,9 @@ public:
 
 private:
     void DrawBar();
-    void PrintLine() const;
 
     const std::size_t m_Total;
     const bool m_IsShown;
-    const bool m_IsTerminal;
     MutexLock m_Mutex{"CATALOG_PROGRESS"};
     std::size_t m_Done = 0;
     unsigned int m_LastDrawn;

@@ -1,144 +1,148 @@
 #include "record.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace {
 
-constexpr std::size_t CHECKSUM_SIZE = 8;
-constexpr std::size_t ENTRY_PATH = 96;  // Where the path begins in an entry's own record
-constexpr std::size_t PART_PATH = 16;   // and in a part record.
-constexpr std::size_t ENTRY_PATH_SIZE = RECORD_SIZE - ENTRY_PATH;
-constexpr std::size_t PART_PATH_SIZE = RECORD_SIZE - PART_PATH;
-constexpr unsigned char PATH_PART = 3;    // The kind of a part record, beside those of entries.
-constexpr unsigned int DIGEST_SIZE = 33;  // With its terminator.
+enum Flag : unsigned char { HAS_SHA256 = 1, IS_LISTED = 2 };
+constexpr std::uint16_t MOST_MODE = 07777;
+constexpr std::uint32_t NANOSECONDS_PER_SECOND = 1'000'000'000;
 
-std::size_t PartsFor(std::size_t pathLength) {
-    const std::size_t rest = pathLength - std::min(pathLength, ENTRY_PATH_SIZE);
-    return (rest + PART_PATH_SIZE - 1) / PART_PATH_SIZE;
+void Write(const Entry& entry, std::string& flat) {
+    FieldWriter fields(flat);
+    const FileStatus& status = entry.status;
+    fields.Write(static_cast<unsigned char>(status.kind));
+    fields.Write(static_cast<unsigned char>(entry.digests.hasSha256 ? HAS_SHA256 : 0));
+    fields.Write(status.mode);
+    fields.Write(status.owner);
+    fields.Write(status.group);
+    fields.Write(status.size);
+    fields.Write(status.modified);
+    fields.Write(status.nanoseconds);
+    fields.Write(status.device);
+    flat.append(entry.digests.md5.data(), entry.digests.md5.size());
+    if (entry.digests.hasSha256)
+        flat.append(entry.digests.sha256.data(), entry.digests.sha256.size());
+    fields.WriteText(entry.path);
+    fields.WriteText(entry.target);
 }
 
-std::string ChecksumOf(const char* record) {
-    MD5 md5(record + CHECKSUM_SIZE, RECORD_SIZE - CHECKSUM_SIZE);
-    unsigned char digest[16];
-    md5.raw_digest(digest);
-    return std::string(reinterpret_cast<const char*>(digest), CHECKSUM_SIZE);
+void Write(const Tree& tree, std::string& flat) {
+    FieldWriter fields(flat);
+    fields.Write(static_cast<unsigned char>((tree.hasSha256 ? HAS_SHA256 : 0) |
+                                            (tree.isListed ? IS_LISTED : 0)));
+    fields.Write(tree.scan);
+    fields.Write(tree.scanned);
+    fields.WriteText(tree.path);
+    fields.Write(static_cast<unsigned int>(tree.excluded.size()));
+    for (const std::string& pattern : tree.excluded)
+        fields.WriteText(pattern);
+    fields.Write(static_cast<unsigned __int64>(tree.entries.size()));
+    for (const Entry& entry : tree.entries)
+        Write(entry, flat);
 }
 
-/// Writes values one after the other into a record.
-class FieldWriter {
-public:
-    explicit FieldWriter(std::string& record) : m_Record(record) {}
+/// False if a field has no meaning.
+bool Read(FieldReader& fields, Entry& entry) {
+    FileStatus& status = entry.status;
+    const auto kind = fields.Read<unsigned char>();
+    const auto flags = fields.Read<unsigned char>();
+    status.kind = static_cast<Kind>(kind);
+    status.mode = fields.Read<std::uint16_t>();
+    status.owner = fields.Read<std::uint32_t>();
+    status.group = fields.Read<std::uint32_t>();
+    status.size = fields.Read<unsigned __int64>();
+    status.modified = fields.Read<__int64>();
+    status.nanoseconds = fields.Read<std::uint32_t>();
+    status.device = fields.Read<unsigned __int64>();
+    fields.ReadBytes(entry.digests.md5.data(), entry.digests.md5.size());
+    entry.digests.hasSha256 = flags == HAS_SHA256;
+    if (entry.digests.hasSha256)
+        fields.ReadBytes(entry.digests.sha256.data(), entry.digests.sha256.size());
+    entry.path = fields.ReadText();
+    entry.target = fields.ReadText();
+    return !fields.HasFailed() && kind >= FILE_KIND && kind <= BLOCK_DEVICE_KIND &&
+           flags <= HAS_SHA256 && status.mode <= MOST_MODE &&
+           status.nanoseconds < NANOSECONDS_PER_SECOND &&
+           entry.path.find('\0') == std::string::npos;
+}
 
-    void Write(const MultiType& value) {
-        auto size = static_cast<unsigned int>(m_Record.size() - m_Offset);
-        value.GetBigEndianFormatted(&m_Record[m_Offset], size, nullptr, nullptr);
-        m_Offset += size;
+bool Read(FieldReader& fields, Tree& tree) {
+    const auto flags = fields.Read<unsigned char>();
+    tree.hasSha256 = (flags & HAS_SHA256) != 0;
+    tree.isListed = (flags & IS_LISTED) != 0;
+    tree.scan = fields.Read<unsigned __int64>();
+    tree.scanned = fields.Read<__int64>();
+    tree.path = fields.ReadText();
+    const auto patterns = fields.Read<unsigned int>();
+    for (unsigned int i = 0; i < patterns && !fields.HasFailed(); ++i)
+        tree.excluded.push_back(fields.ReadText());
+    const auto entries = fields.Read<unsigned __int64>();
+    if (fields.HasFailed() || flags > (HAS_SHA256 | IS_LISTED) || tree.path.empty())
+        return false;
+    for (unsigned __int64 i = 0; i < entries; ++i) {
+        Entry& entry = tree.entries.emplace_back();
+        if (!Read(fields, entry) ||
+            (i > 0 && entry.path <= tree.entries[static_cast<std::size_t>(i - 1)].path))
+            return false;
     }
-
-private:
-    std::string& m_Record;
-    std::size_t m_Offset = CHECKSUM_SIZE;
-};
-
-/// Reads values in the order in which they were written.
-class FieldReader {
-public:
-    explicit FieldReader(const char* record) : m_Record(record) {}
-
-    template <class Number>
-    Number Read(MultiType::TYPE type) {
-        const unsigned int size = MultiType::GetTypeSize(type);
-        MultiType value;
-        value.SetBigEndianFormatted(m_Record + m_Offset, size, type, 0);
-        m_Offset += size;
-        return value.GetAs<Number>();
-    }
-
-    String ReadText(unsigned int size) {
-        const char* const text = m_Record + m_Offset;
-        m_Offset += size;
-        return String(std::string(text, strnlen(text, size)));
-    }
-
-private:
-    const char* m_Record;
-    std::size_t m_Offset = CHECKSUM_SIZE;
-};
-
-std::string WithChecksum(std::string record) {
-    record.replace(0, CHECKSUM_SIZE, ChecksumOf(record.data()));
-    return record;
-}
-
-std::string PartRecord(const std::string& part) {
-    std::string record(RECORD_SIZE, '\0');
-    FieldWriter(record).Write(PATH_PART);
-    record.replace(PART_PATH, part.size(), part);
-    return WithChecksum(record);
-}
-
-std::string OwnRecord(const Entry& entry) {
-    std::string record(RECORD_SIZE, '\0');
-    FieldWriter fields(record);
-    fields.Write(static_cast<unsigned char>(entry.kind));
-    fields.Write(entry.isMissing);
-    fields.Write(static_cast<unsigned short>(PartsFor(entry.path.size())));
-    fields.Write(static_cast<unsigned int>(entry.path.size()));
-    fields.Write(entry.status.size);
-    fields.Write(entry.status.modified);
-    fields.Write(entry.scan);
-    fields.Write(entry.scanned);
-    fields.Write(entry.digest);
-    const std::size_t here = std::min(entry.path.size(), ENTRY_PATH_SIZE);
-    record.replace(ENTRY_PATH, here, entry.path, 0, here);
-    return WithChecksum(record);
+    return true;
 }
 
 }  // namespace
 
-std::vector<std::string> RecordsOf(const Entry& entry) {
-    std::vector<std::string> records;
-    for (std::size_t at = ENTRY_PATH_SIZE; at < entry.path.size(); at += PART_PATH_SIZE)
-        records.push_back(PartRecord(entry.path.substr(at, PART_PATH_SIZE)));
-    records.push_back(OwnRecord(entry));
-    return records;
+std::string Flattened(const Catalogue& catalogue) {
+    std::string flat;
+    for (const Tree& tree : catalogue)
+        Write(tree, flat);
+    return flat;
 }
 
-bool IsIntact(const char* record) {
-    return std::memcmp(record, ChecksumOf(record).data(), CHECKSUM_SIZE) == 0;
-}
-
-int PartsBefore(const char* record) {
-    FieldReader fields(record);
-    const auto kind = fields.Read<int>(MultiType::TYPE_UCHAR);
-    if (kind == PATH_PART)
-        return -1;
-    if (kind != Entry::FILE && kind != Entry::DIRECTORY)
-        return -2;
-    fields.Read<bool>(MultiType::TYPE_BOOL);
-    return fields.Read<int>(MultiType::TYPE_USHORT);
-}
-
-bool ReadEntry(const std::vector<std::string>& records, Entry& entry) {
-    FieldReader fields(records.back().data());
-    entry.kind = static_cast<Entry::Kind>(fields.Read<int>(MultiType::TYPE_UCHAR));
-    entry.isMissing = fields.Read<bool>(MultiType::TYPE_BOOL);
-    const auto parts = fields.Read<unsigned int>(MultiType::TYPE_USHORT);
-    const auto length = fields.Read<unsigned int>(MultiType::TYPE_UINT);
-    entry.status.size = fields.Read<unsigned __int64>(MultiType::TYPE_UINT64);
-    entry.status.modified = fields.Read<__int64>(MultiType::TYPE_INT64);
-    entry.scan = fields.Read<unsigned __int64>(MultiType::TYPE_UINT64);
-    entry.scanned = fields.Read<__int64>(MultiType::TYPE_INT64);
-    entry.digest = fields.ReadText(DIGEST_SIZE);
-
-    entry.path = records.back().substr(ENTRY_PATH);
-    for (auto part = records.begin(); part + 1 != records.end(); ++part) {
-        if (PartsBefore(part->data()) != -1)
+bool ReadFlat(const std::string& flat, Catalogue& catalogue) {
+    FieldReader fields(flat.data(), flat.size());
+    while (!fields.IsAtEnd()) {
+        Tree tree;
+        if (!Read(fields, tree) || (!catalogue.empty() && tree.path <= catalogue.back().path))
             return false;
-        entry.path += part->substr(PART_PATH);
+        catalogue.push_back(std::move(tree));
     }
-    const bool fits = parts + 1 == records.size() && PartsFor(length) == parts;
-    entry.path.resize(fits ? length : 0);
-    return fits;
+    return true;
+}
+
+unsigned __int64 CountEntries(const Catalogue& catalogue) {
+    unsigned __int64 count = catalogue.size();
+    for (const Tree& tree : catalogue)
+        count += tree.entries.size();
+    return count;
+}
+
+void FieldWriter::Write(const MultiType& number) {
+    char bytes[sizeof(__int64)];
+    unsigned int size = sizeof bytes;
+    number.GetBigEndianFormatted(bytes, size, nullptr, nullptr);
+    m_Target.append(bytes, size);
+}
+
+void FieldWriter::WriteText(const std::string& text) {
+    Write(static_cast<unsigned int>(text.size()));
+    m_Target += text;
+}
+
+std::string FieldReader::ReadText() {
+    const auto size = Read<unsigned int>();
+    const char* const text = Take(size);
+    return text != nullptr ? std::string(text, size) : std::string();
+}
+
+void FieldReader::ReadBytes(char* target, std::size_t size) {
+    if (const char* const bytes = Take(size))
+        std::memcpy(target, bytes, size);
+}
+
+const char* FieldReader::Take(std::size_t size) {
+    m_HasFailed = m_HasFailed || size > m_Size;
+    if (m_HasFailed)
+        return nullptr;
+    m_Size -= size;
+    return std::exchange(m_Rest, m_Rest + size);
 }

@@ -1,44 +1,68 @@
-/// The records of a store.
-///
-/// All have one size and begin with a checksum. Numbers are written most significant byte first. An
-/// entry has one record of its own. What doesn't fit there of a long path stands in part records
-/// directly before it, which are written first: an entry is complete once its own record is there.
+/// The flat form of a catalogue: one stream of bytes, numbers with the most significant byte first.
 #ifndef CATALOG_RECORD_H
 #define CATALOG_RECORD_H
 
 #include <string>
 #include <vector>
 
-#include "files.h"
-#include "utilities/utilities.h"
+#include "entry.h"
 
-inline constexpr unsigned int RECORD_SIZE = 512;
+/// The flat form.
+std::string Flattened(const Catalogue& catalogue);
 
-/// A file, or a directory that was scanned.
-struct Entry {
-    enum Kind { FILE = 1, DIRECTORY = 2 };
+/// Reads a flat form to its end. False if it isn't one: it is cut off, something has no meaning, or
+/// trees or entries are out of order.
+bool ReadFlat(const std::string& flat, Catalogue& catalogue);
 
-    Kind kind = FILE;
-    bool isMissing = false;  ///< Was not found any more by the last scan.
-    std::string path;        ///< Absolute.
-    FileStatus status;
-    unsigned __int64 scan = 0;  ///< Identifies the scan that wrote this.
-    __int64 scanned = 0;        ///< When that scan began, in milliseconds since the epoch.
-    String digest;              ///< 32 digits; empty for a directory.
+/// How many trees and entries a catalogue has.
+unsigned __int64 CountEntries(const Catalogue& catalogue);
+
+/// Writes numbers and texts one after the other.
+class FieldWriter {
+public:
+    explicit FieldWriter(std::string& target) : m_Target(target) {}
+
+    void Write(const MultiType& number);
+
+    /// Writes the length, then the bytes.
+    void WriteText(const std::string& text);
+
+private:
+    std::string& m_Target;
 };
 
-/// The records of `entry`: part records, then its own.
-std::vector<std::string> RecordsOf(const Entry& entry);
+/// Reads them in the same order. What isn't there reads as 0 and is remembered.
+class FieldReader {
+public:
+    FieldReader(const char* source, std::size_t sourceSize) : m_Rest(source), m_Size(sourceSize) {}
 
-/// Whether the RECORD_SIZE bytes at `record` match their checksum.
-bool IsIntact(const char* record);
+    template <class Number>
+    Number Read() {
+        constexpr MultiType::TYPE TYPE = TypeOf(Number());
+        const char* const bytes = Take(sizeof(Number));
+        MultiType value(Number(0));
+        if (bytes != nullptr)
+            value.SetBigEndianFormatted(bytes, sizeof(Number), TYPE, 0);
+        return value.GetAs<Number>();
+    }
+    std::string ReadText();
+    void ReadBytes(char* target, std::size_t size);
 
-/// The number of part records before this one that belong to its entry; -1 if this is a part
-/// record, -2 for an unknown kind of record.
-int PartsBefore(const char* record);
+    bool HasFailed() const { return m_HasFailed; }
+    bool IsAtEnd() const { return m_Size == 0; }
 
-/// Reads an entry from all its records, its own being the last; all must be intact. False if they
-/// don't belong together.
-bool ReadEntry(const std::vector<std::string>& records, Entry& entry);
+private:
+    static constexpr MultiType::TYPE TypeOf(unsigned char) { return MultiType::TYPE_UCHAR; }
+    static constexpr MultiType::TYPE TypeOf(unsigned short) { return MultiType::TYPE_USHORT; }
+    static constexpr MultiType::TYPE TypeOf(unsigned int) { return MultiType::TYPE_UINT; }
+    static constexpr MultiType::TYPE TypeOf(__int64) { return MultiType::TYPE_INT64; }
+    static constexpr MultiType::TYPE TypeOf(unsigned __int64) { return MultiType::TYPE_UINT64; }
+
+    const char* Take(std::size_t size);
+
+    const char* m_Rest;
+    std::size_t m_Size;
+    bool m_HasFailed = false;
+};
 
 #endif

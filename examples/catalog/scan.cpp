@@ -1,121 +1,139 @@
-#include <atomic>
-#include <vector>
+#include <algorithm>
+#include <map>
+#include <stdexcept>
 
 #include "commands.h"
 #include "directory.h"
 #include "messages.h"
-#include "parallel.h"
-#include "progress.h"
+#include "statuslogs.h"
 #include "store.h"
+#include "update.h"
 
 namespace {
 
-class Scan {
-public:
-    Scan(const Directory& scanned, Store& target) : m_Directory(scanned), m_Store(target) {
-        m_Common.scan = static_cast<unsigned __int64>(create_unique_id());
-        m_Common.scanned = BqGMTime::getCurrentTime().getMilliSeconds();
+/// The tree of a scan: what was said at earlier scans holds until something else is said.
+Tree TreeFor(const std::string& base, const Tree* known, const CommandLine& line) {
+    Tree tree;
+    if (known != nullptr) {
+        tree.excluded = known->excluded;
+        tree.hasSha256 = known->hasSha256;
     }
-
-    /// Scans all files. What was scanned is stored also if an exception ends the run.
-    void Run(int threads, bool quiet) {
-        PutDirectory();
-        m_Reasons.resize(m_Directory.tree.files.size());
-        Progress progress(m_Reasons.size(), quiet);
-        try {
-            ParallelFor(m_Reasons.size(), threads, [&](std::size_t index) {
-                m_Reasons[index] = TakeFile(m_Directory.tree.files[index]);
-                progress.Step();
-            });
-            MarkMissing();
-        } catch (...) {
-            m_Store.Flush();
-            throw;
-        }
-        m_Store.Flush();
+    tree.path = base;
+    tree.scan = static_cast<unsigned __int64>(create_unique_id());
+    tree.scanned = BqGMTime::getCurrentTime().getMilliSeconds();
+    tree.hasSha256 = tree.hasSha256 || line.Has("sha256");
+    if (line.Has("exclude")) {
+        const Arguments patterns = line.ValuesOf("exclude");
+        tree.excluded.assign(patterns.begin(), patterns.end());
+        std::erase(tree.excluded, "");
     }
+    return tree;
+}
 
-    /// Prints the totals unless `quiet`, and what could not be read. False if there was any.
-    bool Report(bool quiet) const {
-        for (const Failure& failure : m_Directory.tree.failures)
-            PrintError(m_Directory.Absolute(failure.path), failure.reason);
-        bool allRead = m_Directory.tree.failures.empty();
-        for (std::size_t i = 0; i < m_Reasons.size(); ++i) {
-            if (m_Reasons[i].empty())
-                continue;
-            PrintError(m_Directory.Absolute(m_Directory.tree.files[i]), m_Reasons[i]);
-            allRead = false;
-        }
-        if (!quiet)
-            PrintLine(CountOf(m_Added, "new file") + ", " + CountOf(m_Changed, "changed file") +
-                      ", " + CountOf(m_Unchanged, "unchanged file") + ", " +
-                      CountOf(m_Missing, "missing file"));
-        return allRead;
+/// The listed paths, relative to `base`. Throws if one is outside.
+std::vector<std::string> ListedIn(const std::string& base, const CommandLine& line) {
+    std::vector<std::string> paths;
+    for (const std::string& name : NamesFromInput(line)) {
+        const std::string place = PlaceOf(name);
+        if (!IsWithin(place, base))
+            throw std::runtime_error(Escaped(name) + ": not in " + Escaped(base));
+        paths.push_back(Below(place, base));
     }
+    std::sort(paths.begin(), paths.end());
+    paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
+    return paths;
+}
 
-private:
-    void PutDirectory() {
-        Entry entry = m_Common;
-        entry.kind = Entry::DIRECTORY;
-        entry.path = m_Directory.base;
-        m_Store.Put(entry);
+Examination ExaminationFor(const CommandLine& line, const Tree& tree) {
+    Examination how;
+    how.threads = NumberOfThreads(line);
+    how.isFull = line.Has("full");
+    how.hasSha256 = tree.hasSha256;
+    how.isQuiet = line.Has("quiet");
+    return how;
+}
+
+ExitStatus Finish(const Report& report) {
+    report.PrintTotals();
+    return report.Of(UNREADABLE) == 0 ? STATUS_DONE : STATUS_FAILED;
+}
+
+/// The innermost tree that has `place`; null if there is none.
+const Tree* TreeAround(const Catalogue& catalogue, const std::string& place) {
+    const Tree* innermost = nullptr;
+    for (const Tree& tree : catalogue) {
+        if (IsWithin(place, tree.path))
+            innermost = &tree;
     }
-
-    /// Enters one file. A file with its old status is taken for unchanged and not read, so that a
-    /// scan continues an interrupted one. Returns why the file can't be read; empty on success.
-    String TakeFile(const std::string& name) {
-        Entry entry = m_Common;
-        entry.path = m_Directory.Absolute(name);
-        Entry old;
-        const bool isKnown = m_Store.Find(entry.path, old) && !old.isMissing;
-        FileStatus status;
-        if (isKnown && ReadFileStatus(m_Directory.root, name, status) &&
-            status.size == old.status.size && status.modified == old.status.modified) {
-            ++m_Unchanged;
-            return String();
-        }
-        Contents contents;
-        const String reason = ReadContents(m_Directory.root, name, contents);
-        if (!reason.empty())
-            return reason;
-        entry.status = contents.status;
-        entry.digest = contents.digest;
-        m_Store.Put(entry);
-        ++(isKnown ? m_Changed : m_Added);
-        return String();
-    }
-
-    void MarkMissing() {
-        std::vector<Entry> missing;
-        m_Store.ForEach([&](const Entry& entry) {
-            if (entry.kind == Entry::FILE && !entry.isMissing && m_Directory.Lacks(entry.path))
-                missing.push_back(entry);
-        });
-        for (Entry& entry : missing) {
-            entry.isMissing = true;
-            m_Store.Put(entry);
-        }
-        m_Missing = static_cast<unsigned int>(missing.size());
-    }
-
-    const Directory& m_Directory;
-    Store& m_Store;
-    Entry m_Common;                 ///< What the entries of this scan have in common.
-    std::vector<String> m_Reasons;  ///< For each file, why it can't be read.
-    std::atomic<unsigned int> m_Added{0}, m_Changed{0}, m_Unchanged{0}, m_Missing{0};
-};
+    return innermost;
+}
 
 }  // namespace
 
 int ScanDirectory(const CommandLine& line) {
-    const int threads = NumberOfThreads(line);
-    const bool quiet = line.Has("quiet");
-    VYStatusLogAppend("opening the store");
+    const bool isListed = line.words.size() > 1 || line.Has("null");
+    if (line.words.size() > 1 && line.words[1] != "-")
+        throw UsageError(Escaped(line.words[1]) + ": only - can stand here");
+    const std::string base = AbsolutePathOf(line.words[0]);
+    AppendStatus("reading the store");
     Store store(StoreOf(line), Store::TO_CHANGE);
-    VYStatusLogAppend("looking for files");
-    const Directory directory(line.words[0], "*", StoreOf(line));
-    VYStatusLogAppend("reading the files");
-    Scan scan(directory, store);
-    scan.Run(threads, quiet);
-    return scan.Report(quiet) ? STATUS_DONE : STATUS_FAILED;
+    const Tree* const known = FindTree(store.Content(), base);
+    Tree tree = TreeFor(base, known, line);
+    tree.isListed = isListed && (known == nullptr || known->isListed);
+    AppendStatus("looking for files");
+    Selection selection;
+    if (isListed)
+        selection = {ListedIn(base, line), false, Exclusion(), {}};
+    selection.exclusion = Exclusion(tree.excluded);
+    selection.ownFiles = OwnFilesIn(base, line);
+    const Directory directory(line.words[0], selection);
+    AppendStatus("reading the files");
+    return Finish(Update(store, directory, tree, ExaminationFor(line, tree)));
+}
+
+int Accept(const CommandLine& line) {
+    Store store(StoreOf(line));
+    std::map<std::string, Selection> selections;  // By the paths of their trees.
+    for (const String& word : line.words) {
+        const std::string place = PlaceOf(word);
+        const Tree* const tree = TreeAround(store.Content(), place);
+        if (tree == nullptr)
+            throw std::runtime_error(Escaped(word) + ": not in the catalogue");
+        Selection& selection =
+            selections.insert({tree->path, {{}, true, Exclusion(tree->excluded), {}}})
+                .first->second;
+        selection.starts.push_back(Below(place, tree->path));
+    }
+    Report report;
+    for (auto& [path, selection] : selections) {
+        std::sort(selection.starts.begin(), selection.starts.end());
+        selection.ownFiles = OwnFilesIn(path, line);
+        const Tree tree = *FindTree(store.Content(), path);
+        Examination how = ExaminationFor(line, tree);
+        how.isFull = true;
+        report.Merge(Update(store, Directory(path, selection), tree, how));
+    }
+    return Finish(report);
+}
+
+int Forget(const CommandLine& line) {
+    Store store(StoreOf(line));
+    const std::string place = PlaceOf(line.words[0]);
+    unsigned __int64 forgotten = 0;
+    const auto forget = [&](Catalogue& catalogue) {
+        forgotten = 0;
+        for (Tree& tree : catalogue)
+            forgotten += std::erase_if(tree.entries, [&](const Entry& entry) {
+                return IsWithin(Joined(tree.path, entry.path), place);
+            });
+        forgotten +=
+            std::erase_if(catalogue, [&](const Tree& tree) { return IsWithin(tree.path, place); });
+    };
+    Catalogue copy = store.Content();
+    forget(copy);
+    if (forgotten == 0)
+        throw std::runtime_error(Escaped(line.words[0]) + ": not in the catalogue");
+    store.Change(forget);
+    PrintLine(CountOf(forgotten, "path") + " forgotten");
+    return STATUS_DONE;
 }

@@ -1,59 +1,48 @@
 #include "commands.h"
 #include "dates.h"
-#include "directory.h"
+#include "listing.h"
 #include "messages.h"
 #include "store.h"
-#include "table.h"
 
 namespace {
 
-Row RowOf(const Entry& entry) {
-    return {Escaped(entry.path), entry.status.size, ShownModification(entry.status), entry.digest};
-}
-
-void ShowDirectories(Store& store) {
-    store.ForEach([](const Entry& entry) {
-        if (entry.kind != Entry::DIRECTORY)
-            return;
+void ShowTrees(const Catalogue& catalogue, const TimeFormat& times) {
+    for (const Tree& tree : catalogue) {
         String scan;
-        scan.Format("%016I64x", entry.scan);
-        PrintLine(Escaped(entry.path) + ": scanned " + ShownTime(entry.scanned / 1000) + ", " +
-                  scan);
-    });
+        scan.Format("%016I64x", tree.scan);
+        String shown = Escaped(tree.path) + ": scanned " + times.Shown(tree.scanned / 1000) + ", " +
+                       scan + (tree.isListed ? ", listed files only" : "");
+        for (const std::string& pattern : tree.excluded)
+            shown += ", without " + Escaped(pattern);
+        PrintLine(shown);
+    }
 }
 
-void ShowFiles(Store& store, const String& pattern) {
-    const auto isShown = [&](const Entry& entry) {
-        return entry.kind == Entry::FILE && !entry.isMissing &&
-               String(entry.path.substr(entry.path.rfind('/') + 1)).WildcardMatch(pattern);
-    };
-    Table table;
-    unsigned __int64 files = 0, bytes = 0;
-    store.ForEach([&](const Entry& entry) {
-        if (!isShown(entry))
-            return;
-        table.Measure(RowOf(entry));
-        ++files;
-        bytes += entry.status.size;
+/// Files only, unless all is asked for.
+void ShowEntries(const Catalogue& catalogue, const CommandLine& line, const String& pattern) {
+    Listing(line).Print([&](const auto& print) {
+        for (const Tree& tree : catalogue) {
+            for (const Entry& entry : tree.entries) {
+                const String name(entry.path.substr(entry.path.rfind('/') + 1));
+                if ((entry.status.kind == FILE_KIND || line.Has("long")) &&
+                    name.WildcardMatch(pattern))
+                    print(Joined(tree.path, entry.path), entry);
+            }
+        }
     });
-    store.ForEach([&](const Entry& entry) {
-        if (isShown(entry))
-            PrintLine(table.Line(RowOf(entry)));
-    });
-    PrintLine(CountOf(files, "file") + ", " + CountOf(bytes, "byte"));
 }
 
 }  // namespace
 
 int Show(const CommandLine& line) {
-    Store store(StoreOf(line), Store::TO_READ);
-    ShowDirectories(store);
-    ShowFiles(store, "*");
+    const Store store(StoreOf(line));
+    ShowTrees(store.Content(), TimeFormat(line));
+    ShowEntries(store.Content(), line, "*");
     return STATUS_DONE;
 }
 
 int Find(const CommandLine& line) {
-    Store store(StoreOf(line), Store::TO_READ);
-    ShowFiles(store, line.words[0]);
+    const Store store(StoreOf(line));
+    ShowEntries(store.Content(), line, line.words[0]);
     return STATUS_DONE;
 }

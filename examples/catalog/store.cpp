@@ -1,24 +1,45 @@
 #include "store.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstring>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
 
 #include "messages.h"
-#include "scopedlock.h"
-#include "storefile.h"
+#include "record.h"
 
 namespace {
 
-std::string DamageAt(unsigned int number) {
-    return "record " + std::to_string(number) + " is damaged";
+/// The file that a path names, links followed, also where the last one leads to nothing yet.
+String TargetOf(const String& path) {
+    std::error_code error;
+    const auto target = std::filesystem::weakly_canonical(std::string(path), error);
+    return error || path.empty() ? path : String(target.string());
+}
+
+bool IsMissing(const String& path) {
+    struct stat status;
+    return stat(path.c_str(), &status) != 0 && errno == ENOENT;
+}
+
+/// The rights that the system gives a new file.
+mode_t NewFilesMode() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
+void Check(int result) {
+    if (result != 0)
+        throw StoreError(ReasonOf(errno));
 }
 
 }  // namespace
 
 template <class Action>
-void Store::RunLocked(Action action) {
-    const ScopedLock lock(m_Mutex);
+void Store::RunNamed(Action action) {
     try {
         action();
     } catch (const StoreError& error) {
@@ -26,102 +47,64 @@ void Store::RunLocked(Action action) {
     }
 }
 
-Store::Store(const String& path, Access wanted)
-    : m_Name(path), m_Reader(RECORD_SIZE, RECORD_SIZE), m_Writer(RECORD_SIZE, RECORD_SIZE) {
-    RunLocked([&] {
-        if (wanted == TO_CHANGE)
-            EnsureStore(path);
-        OpenStore(m_Reader, path, false);
-        if (wanted == TO_CHANGE)
-            OpenStore(m_Writer, path, true);
-        m_Records = std::make_unique<RecordCache>(m_Reader, &m_Writer);
-        ReadNewRecords();
+Store::Store(const String& path, Access access, const String& shownName)
+    : m_Path(TargetOf(path)), m_Name(shownName.empty() ? path : shownName) {
+    RunNamed([&] {
+        if (access == TO_READ || !IsMissing(m_Path))
+            Read();
     });
 }
 
-Store::~Store() = default;
-
-// Part records at the end, without an entry after them, belong to another process, which is about
-// to add the entry or was killed before it could.
-void Store::ReadNewRecords() {
-    for (Entry entry; ReadAt(m_Known + 1, entry); ++m_Known) {
-        if (!entry.path.empty())
-            m_Numbers[entry.path] = m_Known + 1;
-    }
+void Store::Read() {
+    const StoreContent read = ReadStoreFile(m_Path);
+    m_Content.clear();
+    if (!ReadFlat(read.stream, m_Content) || CountEntries(m_Content) != read.entries)
+        throw StoreError("the entries are damaged");
+    m_Header = read.header;
 }
 
-// False after the last record. The path of `entry` stays empty for a part record.
-bool Store::ReadAt(unsigned int number, Entry& entry) {
-    const std::string own = m_Records->Read(number);
-    if (own.empty())
-        return false;
-    entry.path.clear();
-    const int parts = PartsBefore(own.data());
-    if (parts == -1)
+void Store::WriteTo(const String& temporary) {
+    m_Header = WriteStoreFile(temporary, Flattened(m_Content), CountEntries(m_Content));
+}
+
+// False if another process was faster.
+bool Store::Create() {
+    const ScopedTemporary temporary(TemporaryPathFor(m_Path));
+    WriteTo(temporary.Path());
+    Check(chmod(temporary.Path().c_str(), NewFilesMode()));
+    if (link(temporary.Path().c_str(), m_Path.c_str()) == 0)
         return true;
-    if (parts < 0 || static_cast<unsigned int>(parts) >= number)
-        throw StoreError(DamageAt(number));
-    std::vector<std::string> all;
-    for (unsigned int at = number - static_cast<unsigned int>(parts); at < number; ++at)
-        all.push_back(m_Records->Read(at));
-    all.push_back(own);
-    if (!ReadEntry(all, entry) || entry.path.empty())
-        throw StoreError(DamageAt(number));
-    return true;
+    if (errno != EEXIST)
+        throw StoreError(ReasonOf(errno));
+    return false;
 }
 
-bool Store::Find(const std::string& path, Entry& entry) {
-    bool found = false;
-    RunLocked([&] {
-        const auto place = m_Numbers.find(path);
-        found = place != m_Numbers.end() && ReadAt(place->second, entry);
+// Only the superuser can give the new file the old one's owner, if that is another one.
+void Store::Replace() {
+    struct stat old;
+    Check(stat(m_Path.c_str(), &old));
+    const ScopedTemporary temporary(TemporaryPathFor(m_Path));
+    const char* const path = temporary.Path().c_str();
+    WriteTo(temporary.Path());
+    [[maybe_unused]] const int owned = chown(path, old.st_uid, old.st_gid);
+    Check(chmod(path, old.st_mode & 07777));
+    Check(std::rename(path, m_Path.c_str()));
+}
+
+void Store::Change(const std::function<void(Catalogue&)>& change) {
+    RunNamed([&] {
+        if (IsMissing(m_Path)) {
+            m_Content.clear();
+            change(m_Content);
+            if (Create())
+                return;
+        }
+        const ScopedStoreLock lock(m_Path);
+        if (lock.Header() != m_Header)
+            Read();
+        change(m_Content);
+        Replace();
     });
-    return found;
 }
 
-void Store::Put(const Entry& entry) {
-    RunLocked([&] {
-        if (m_Numbers.count(entry.path) == 0)
-            return Append(entry);
-        m_Records->Write(m_Numbers[entry.path], RecordsOf(entry).back());
-    });
-}
-
-// Reads what other processes have added first: it may be the same path.
-void Store::Append(const Entry& entry) {
-    const ScopedStoreLock lock(m_Writer);
-    ReadNewRecords();
-    const std::vector<std::string> added = RecordsOf(entry);
-    if (const auto place = m_Numbers.find(entry.path); place != m_Numbers.end())
-        return m_Records->Write(place->second, added.back());
-    for (const std::string& record : added)
-        AppendRecord(record);
-    m_Known = m_Writer.getRecordCount();
-    m_Numbers[entry.path] = m_Known;
-}
-
-// What a full disk has left of a record is cut off again.
-void Store::AppendRecord(const std::string& record) {
-    std::memcpy(m_Writer.getRecordBuffer(), record.data(), RECORD_SIZE);
-    const unsigned int afterAll = 0xFFFFFFFF;
-    const int written = RetryWhileLocked([&] { return m_Writer.writeFile(afterAll); });
-    if (written != static_cast<int>(RECORD_SIZE)) {
-        const int reason = errno;
-        const auto whole = static_cast<off_t>(m_Known) * RECORD_SIZE + RECORD_SIZE;
-        if (truncate(m_Name.c_str(), whole) == 0)
-            errno = reason;
-    }
-    CheckResult(written, RECORD_SIZE);
-}
-
-void Store::Flush() {
-    RunLocked([&] { m_Records->Flush(); });
-}
-
-void Store::ForEach(const std::function<void(const Entry&)>& action) {
-    Entry entry;
-    for (const auto& [path, number] : m_Numbers) {
-        RunLocked([&] { ReadAt(number, entry); });
-        action(entry);
-    }
-}
+const String& StoreOf(const CommandLine& line) { return *line.ValueOf("store"); }

@@ -3,52 +3,44 @@
 #define CATALOG_STORE_H
 
 #include <functional>
-#include <map>
-#include <memory>
-#include <string>
 
-#include "record.h"
-#include "recordcache.h"
+#include "commandline.h"
+#include "entry.h"
+#include "storefile.h"
 #include "utilities/utilities.h"
 
-/// The entries of a store, by their paths. Several processes may read one store and add to it at
-/// the same time. All operations can be called from any thread. Each throws `std::runtime_error`
-/// with the store's name when the store is unusable or damaged, or can't be read or written; the
-/// file is left as it was.
+/// A catalogue in memory that is kept in a file. The file is never written to: it is replaced by a
+/// new one, so it is whole at any moment, whatever happens to the program or the system. Each
+/// operation throws `std::runtime_error` with the store's name when the store can't be used.
 class Store {
 public:
     enum Access { TO_READ, TO_CHANGE };
 
-    /// Reads the whole store at `path`. TO_CHANGE creates a missing one.
-    Store(const String& path, Access access);
-    ~Store();
+    /// Reads the whole store at `path`. With TO_CHANGE a missing one reads as an empty one. Errors
+    /// call it `shownName`, or `path` if that is empty.
+    explicit Store(const String& path, Access access = TO_READ, const String& shownName = String());
 
-    /// Reads the entry of `path`; false if there is none.
-    bool Find(const std::string& path, Entry& entry);
+    const Catalogue& Content() const { return m_Content; }
 
-    /// Adds the entry, or replaces the one with its path. A replaced entry may stay in memory until
-    /// `Flush`.
-    void Put(const Entry& entry);
-    void Flush();
-
-    /// Calls `action` for each entry, in the order of the paths' bytes.
-    void ForEach(const std::function<void(const Entry&)>& action);
+    /// Changes the catalogue in memory and on disk. Several processes may do so at the same time:
+    /// `change` is given what the last one of them has left.
+    void Change(const std::function<void(Catalogue&)>& change);
 
 private:
     template <class Action>
-    void RunLocked(Action action);
-    void ReadNewRecords();
-    bool ReadAt(unsigned int number, Entry& entry);
-    void Append(const Entry& entry);
-    void AppendRecord(const std::string& record);
+    void RunNamed(Action action);
+    void Read();
+    void WriteTo(const String& temporary);
+    bool Create();
+    void Replace();
 
+    const String m_Path;  ///< Links are followed, so that they aren't replaced.
     const String m_Name;
-    MutexLock m_Mutex{"CATALOG_STORE"};
-    BinaryFile m_Reader;
-    BinaryFile m_Writer;
-    std::unique_ptr<RecordCache> m_Records;
-    std::map<std::string, unsigned int> m_Numbers;  ///< The numbers of the entries' own records.
-    unsigned int m_Known = 0;                       ///< How many records were read so far.
+    Catalogue m_Content;
+    std::string m_Header;  ///< Of the file that was read or written; empty if there was none.
 };
+
+/// The option --store.
+const String& StoreOf(const CommandLine& line);
 
 #endif

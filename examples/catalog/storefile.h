@@ -1,11 +1,10 @@
-/// The file of a store: how it is made, recognised and locked, and what results of its operations
-/// mean.
+/// The file of a store: a header and blocks, all of one size, which carry one stream of bytes.
 #ifndef CATALOG_STOREFILE_H
 #define CATALOG_STOREFILE_H
 
 #include <stdexcept>
+#include <string>
 
-#include "interrupt.h"
 #include "utilities/utilities.h"
 
 /// Why a store can't be used; `what` is the reason, without the file's name.
@@ -13,48 +12,55 @@ class StoreError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+inline constexpr unsigned int BLOCK_SIZE = 4096;
+
+/// What a store holds: the stream, and the number of trees and entries in it.
+struct StoreContent {
+    std::string header;  ///< The first block; differs from that of any other store.
+    std::string stream;
+    unsigned __int64 entries = 0;
+};
+
+/// Reads a whole store. Whatever isn't just as it was written is thrown as `StoreError`.
+StoreContent ReadStoreFile(const String& path);
+
+/// Writes a new store to a file that doesn't exist, or is overwritten, and has it stored on the
+/// disk. The file is only for its owner. Returns the header.
+std::string WriteStoreFile(const String& path, const std::string& stream, unsigned __int64 entries);
+
 /// The path of a temporary file in the directory of `path`, which it is going to replace. It has
 /// the process's number in it, as two processes can receive the same unique identifier at the same
 /// moment.
 String TemporaryPathFor(const String& path);
 
-/// Throws `StoreError` unless `result`, of an operation on a `BinaryFile`, is `expected`.
-void CheckResult(int result, unsigned int expected);
+/// Removes a file at the end of the scope if it is there.
+class ScopedTemporary {
+public:
+    explicit ScopedTemporary(const String& path) : m_Path(path) {}
+    ~ScopedTemporary();
+    ScopedTemporary(const ScopedTemporary&) = delete;
+    ScopedTemporary& operator=(const ScopedTemporary&) = delete;
 
-/// Repeats an operation on a `BinaryFile` while another process holds the lock that it needs: up to
-/// 6 tries, which wait up to 10 seconds each. Returns the last result. Throws `Interrupted` between
-/// tries after an interrupt.
-template <class Operation>
-int RetryWhileLocked(Operation operation) {
-    constexpr int HEADER_LOCKED = -9, RECORD_LOCKED = -10;
-    int result = HEADER_LOCKED;
-    for (int attempt = 0; attempt < 6 && (result == HEADER_LOCKED || result == RECORD_LOCKED);
-         ++attempt) {
-        if (attempt > 0)
-            StopIfInterrupted();
-        result = operation();
-    }
-    return result;
-}
+    const String& Path() const { return m_Path; }
 
-/// Opens an existing store, for reading or to add and change records. A file that is not a sound
-/// store is thrown as `StoreError` and left as it is.
-void OpenStore(BinaryFile& file, const String& path, bool toChange);
+private:
+    const String m_Path;
+};
 
-/// Makes an empty store unless the file exists.
-void EnsureStore(const String& path);
-
-/// Holds the store's lock in its scope: no other process adds records meanwhile. Whoever adds
-/// records must hold it.
+/// Holds the lock of the store that `path` names, in its scope. All who replace a store hold it;
+/// `header` is that of the store which is locked. Throws `StoreError` if the lock can't be had or
+/// there is no store.
 class ScopedStoreLock {
 public:
-    explicit ScopedStoreLock(BinaryFile& file);
-    ~ScopedStoreLock();
+    explicit ScopedStoreLock(const String& path);
     ScopedStoreLock(const ScopedStoreLock&) = delete;
     ScopedStoreLock& operator=(const ScopedStoreLock&) = delete;
 
+    const std::string& Header() const { return m_Header; }
+
 private:
-    BinaryFile& m_File;
+    BinaryFile m_File{0, BLOCK_SIZE};
+    std::string m_Header;
 };
 
 #endif

@@ -10,8 +10,14 @@ bool IsNumber(const MultiType& value) {
     return value.Type() >= MultiType::TYPE_CHAR && value.Type() <= MultiType::TYPE_DOUBLE;
 }
 
+bool IsAscii(const String& text) {
+    return std::all_of(text.begin(), text.end(), [](char byte) { return (byte & 0x80) == 0; });
+}
+
 /// The number of bytes if the text can't be converted to wide characters.
 std::size_t CharactersIn(const String& text) {
+    if (IsAscii(text))
+        return text.size();
     const WString wide(text);
     const auto isSecondOfPair = [](WideChar unit) { return unit >= 0xDC00 && unit <= 0xDFFF; };
     const auto pairs = std::count_if(wide.begin(), wide.end(), isSecondOfPair);

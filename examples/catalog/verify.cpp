@@ -1,113 +1,127 @@
-#include <iterator>
-#include <map>
+#include <algorithm>
+#include <stdexcept>
 #include <system_error>
-#include <vector>
 
 #include "commands.h"
 #include "directory.h"
 #include "messages.h"
-#include "parallel.h"
-#include "progress.h"
+#include "report.h"
+#include "statuslogs.h"
 #include "store.h"
 
 namespace {
 
-/// What became of a file since it was scanned, in the order of the totals.
-enum State { NEW, CHANGED, MISSING, UNREADABLE, UNCHANGED };
-constexpr const char* STATE_NAMES[] = {"new", "changed", "missing", "unreadable", "unchanged"};
-
-struct Finding {
-    State state;
-    String reason;
+/// A part of a tree to verify, and where it is now.
+struct Task {
+    const Tree* tree;
+    std::string base;
+    Selection selection;
 };
 
-/// By the files' absolute paths.
-using Findings = std::map<std::string, Finding>;
-
-Finding Compare(Store& store, const Directory& directory, const std::string& name) {
-    Entry entry;
-    if (!store.Find(directory.Absolute(name), entry) || entry.isMissing)
-        return {NEW, String()};
-    Contents contents;
-    const String reason = ReadContents(directory.root, name, contents);
-    if (!reason.empty())
-        return {UNREADABLE, reason};
-    const bool isSame =
-        contents.status.size == entry.status.size && contents.digest == entry.digest;
-    return {isSame ? UNCHANGED : CHANGED, String()};
+Selection SelectionOf(const Tree& tree, const std::string& base, const CommandLine& line) {
+    Selection selection;
+    std::vector<std::string> patterns = tree.excluded;
+    for (const String& pattern : line.ValuesOf("exclude"))
+        patterns.push_back(pattern);
+    selection.exclusion = Exclusion(patterns);
+    selection.ownFiles = OwnFilesIn(base, line);
+    if (tree.isListed) {
+        selection.isRecursive = false;
+        selection.starts.clear();
+        for (const Entry& entry : tree.entries)
+            selection.starts.push_back(entry.path);
+    }
+    return selection;
 }
 
-void VerifyFiles(Store& store, const Directory& directory, int threads, bool quiet,
-                 Findings& findings) {
-    const std::vector<std::string>& files = directory.tree.files;
-    std::vector<Finding> found(files.size());
-    Progress progress(files.size(), quiet);
-    ParallelFor(files.size(), threads, [&](std::size_t index) {
-        found[index] = Compare(store, directory, files[index]);
-        progress.Step();
-    });
-    for (std::size_t i = 0; i < files.size(); ++i)
-        findings[directory.Absolute(files[i])] = found[i];
-    for (const Failure& failure : directory.tree.failures)
-        findings[directory.Absolute(failure.path)] = {UNREADABLE, failure.reason};
+/// The parts of a tree that are within the places, or the whole tree if it is within one.
+std::vector<std::string> PartsOf(const Tree& tree, const std::vector<std::string>& places) {
+    std::vector<std::string> parts;
+    for (const std::string& place : places) {
+        if (IsWithin(place, tree.path))
+            parts.push_back(Below(place, tree.path));
+        else if (IsWithin(tree.path, place))
+            parts.push_back(std::string());
+    }
+    std::sort(parts.begin(), parts.end());
+    return parts;
 }
 
-std::vector<std::string> ScannedDirectories(Store& store) {
-    std::vector<std::string> paths;
-    store.ForEach([&](const Entry& entry) {
-        if (entry.kind == Entry::DIRECTORY)
-            paths.push_back(entry.path);
-    });
-    return paths;
-}
-
-/// Adds the store's files within `path` that were not found. `directory` is null if all of it is
-/// missing.
-void AddMissing(Store& store, const std::string& path, const Directory* directory,
-                Findings& findings) {
-    store.ForEach([&](const Entry& entry) {
-        if (entry.kind == Entry::FILE && !entry.isMissing && IsWithin(entry.path, path) &&
-            (directory == nullptr || directory->Lacks(entry.path)))
-            findings.insert({entry.path, {MISSING, String()}});
+/// Leaves of a selection what is within the parts.
+void Narrow(Selection& selection, const std::vector<std::string>& parts) {
+    if (selection.isRecursive) {
+        selection.starts = parts;
+        return;
+    }
+    std::erase_if(selection.starts, [&](const std::string& path) {
+        return std::none_of(parts.begin(), parts.end(),
+                            [&](const std::string& part) { return IsWithin(path, part); });
     });
 }
 
-Findings VerifyAll(Store& store, const CommandLine& line) {
-    const int threads = NumberOfThreads(line);
-    Findings findings;
-    for (const std::string& path : ScannedDirectories(store)) {
-        try {
-            const Directory directory(path, "*", StoreOf(line));
-            VerifyFiles(store, directory, threads, line.Has("quiet"), findings);
-            AddMissing(store, path, &directory, findings);
-        } catch (const std::system_error& error) {
-            if (error.code() != std::errc::no_such_file_or_directory)
-                findings[path] = {UNREADABLE, ReasonOf(error.code().value())};
-            else
-                AddMissing(store, path, nullptr, findings);
+/// Throws if one of the user's paths is nowhere.
+std::vector<std::string> PlacesFor(const Catalogue& catalogue, const CommandLine& line) {
+    std::vector<std::string> places;
+    for (const String& word : line.words) {
+        places.push_back(PlaceOf(word));
+        if (std::all_of(catalogue.begin(), catalogue.end(),
+                        [&](const Tree& tree) { return PartsOf(tree, {places.back()}).empty(); }))
+            throw std::runtime_error(Escaped(word) + ": not in the catalogue");
+    }
+    return places;
+}
+
+std::vector<Task> TasksFor(const Catalogue& catalogue, const CommandLine& line) {
+    const String* const root = line.ValueOf("root");
+    const std::vector<std::string> places = PlacesFor(catalogue, line);
+    std::vector<Task> tasks;
+    for (const Tree& tree : catalogue) {
+        const std::string base = root != nullptr ? std::string(*root) : tree.path;
+        Task task{&tree, base, SelectionOf(tree, PlaceOf(base), line)};
+        const std::vector<std::string> parts = PartsOf(tree, places);
+        if (!line.words.empty())
+            Narrow(task.selection, parts);
+        if (line.words.empty() || !parts.empty())
+            tasks.push_back(task);
+    }
+    if (root != nullptr && tasks.size() > 1)
+        throw UsageError("--root: the catalogue has " + std::to_string(tasks.size()) +
+                         " directories; name one of them");
+    return tasks;
+}
+
+/// A tree that is gone is missing, but not one where the user says that it is.
+void VerifyTree(const Task& task, const Examination& how, bool isElsewhere, Report& report) {
+    try {
+        const Directory directory(task.base, task.selection);
+        AppendStatus("reading the files");
+        report.Add(directory.base, Examine(directory, task.tree->entries, how), false);
+    } catch (const std::system_error& error) {
+        if (isElsewhere)
+            throw;
+        if (error.code() == std::errc::no_such_file_or_directory) {
+            report.Add(task.base, AllMissing(task.tree->entries, task.selection), false);
+        } else {
+            Finding finding{UNREADABLE, Entry(), ReasonOf(error.code().value()), std::string()};
+            report.Add(task.base, {finding}, false);
         }
     }
-    return findings;
 }
 
 }  // namespace
 
 int Verify(const CommandLine& line) {
-    Store store(StoreOf(line), Store::TO_READ);
-    const Findings findings = VerifyAll(store, line);
-    unsigned int counts[std::size(STATE_NAMES)] = {};
-    for (const auto& [path, finding] : findings) {
-        ++counts[finding.state];
-        if (finding.state == UNREADABLE)
-            PrintError(path, finding.reason);
-        else if (finding.state != UNCHANGED)
-            PrintLine(String(STATE_NAMES[finding.state]) + " " + Escaped(path));
-    }
-    String totals;
-    for (std::size_t state = 0; state < std::size(counts); ++state)
-        totals += (state > 0 ? ", " : "") + MultiType(counts[state]).GetAs<String>() + " " +
-                  STATE_NAMES[state];
-    if (!line.Has("quiet"))
-        PrintLine(totals);
-    return counts[UNCHANGED] == findings.size() ? STATUS_DONE : STATUS_FAILED;
+    const Store store(StoreOf(line));
+    Examination how;
+    how.threads = NumberOfThreads(line);
+    how.readsNew = false;
+    how.contentOnly = line.Has("content");
+    how.isQuiet = line.Has("quiet");
+    Report report;
+    for (const Task& task : TasksFor(store.Content(), line))
+        VerifyTree(task, how, line.Has("root"), report);
+    if (report.IsEmpty())
+        throw std::runtime_error("nothing to verify");
+    report.PrintTotals();
+    return report.IsAllUnchanged() ? STATUS_DONE : STATUS_FAILED;
 }

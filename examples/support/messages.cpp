@@ -1,5 +1,6 @@
 #include "messages.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cwchar>
@@ -31,6 +32,11 @@ void CheckOutput(bool written) {
 }  // namespace
 
 String Escaped(const std::string& name) {
+    const bool isPlain = std::all_of(name.begin(), name.end(), [](char byte) {
+        return byte >= ' ' && byte <= '~' && byte != '\\';
+    });
+    if (isPlain)  // Most are.
+        return name;
     String shown;
     std::mbstate_t state{};
     for (std::size_t at = 0, length = 0; at < name.size(); at += length) {
@@ -61,8 +67,10 @@ void PrintError(const std::string& path, const std::string& reason) {
                  reason.c_str());
 }
 
-void PrintLine(const String& line) {
-    CheckOutput(std::fputs((line + "\n").c_str(), stdout) != EOF);
+void PrintText(const std::string& text) {
+    CheckOutput(std::fwrite(text.data(), 1, text.size(), stdout) == text.size());
 }
+
+void PrintLine(const String& line) { PrintText(line + "\n"); }
 
 void FinishOutput() { CheckOutput(std::fflush(stdout) == 0); }

@@ -18,8 +18,9 @@ String CountOf(unsigned __int64 number, const char* thing);
 /// Writes one line to the standard error stream: the program's name, `path` escaped, and `reason`.
 void PrintError(const std::string& path, const std::string& reason);
 
-/// Writes a line to the standard output; `FinishOutput` flushes what is buffered. A failed write is
-/// thrown as `std::system_error`.
+/// Write to the standard output: bytes as they are, a line; `FinishOutput` flushes what is
+/// buffered. A failed write is thrown as `std::system_error`.
+void PrintText(const std::string& text);
 void PrintLine(const String& line);
 void FinishOutput();
 
