@@ -1,13 +1,20 @@
 #include "input.h"
 
-#include <poll.h>
 #include <unistd.h>
 
-void Input::Wait(int milliseconds) {
-    pollfd input{STDIN_FILENO, POLLIN, 0};
-    if (poll(&input, m_IsAtEnd ? 0 : 1, milliseconds) <= 0)
-        return;
-    char bytes[4096];
+#include <algorithm>
+
+namespace {
+
+constexpr std::size_t MOST_PENDING = 4096;
+constexpr std::size_t PART_LENGTH = 1000;
+
+}  // namespace
+
+bool Input::IsWanted() const { return !m_IsAtEnd && m_Pending.size() < MOST_PENDING; }
+
+void Input::Read() {
+    char bytes[MOST_PENDING];
     const ssize_t size = ::read(STDIN_FILENO, bytes, sizeof bytes);
     m_IsAtEnd = size <= 0;
     if (m_IsAtEnd && !m_Pending.empty() && m_Pending.back() != '\n')
@@ -16,11 +23,11 @@ void Input::Wait(int milliseconds) {
         m_Pending.append(bytes, static_cast<std::size_t>(size));
 }
 
-std::optional<std::string> Input::TakeLine() {
-    const std::size_t end = m_Pending.find('\n');
-    if (end == std::string::npos)
+std::optional<std::string> Input::Take() {
+    const std::size_t length = std::min(m_Pending.find('\n'), PART_LENGTH - 1) + 1;
+    if (length > m_Pending.size())
         return std::nullopt;
-    std::string line = m_Pending.substr(0, end);
-    m_Pending.erase(0, end + 1);
-    return line;
+    std::string part = m_Pending.substr(0, length);
+    m_Pending.erase(0, length);
+    return part;
 }

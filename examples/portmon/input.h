@@ -5,15 +5,18 @@
 #include <optional>
 #include <string>
 
-/// Reads the standard input without blocking for longer than asked.
+/// The standard input, of which no more than a few thousand bytes are read in advance.
 class Input {
 public:
-    /// Waits at most `milliseconds` for input and reads what is there. An interrupt ends the wait.
-    /// A last line without a newline counts as a line.
-    void Wait(int milliseconds);
+    /// Whether there is space for more, and more can come.
+    bool IsWanted() const;
 
-    /// Takes the next line, without its newline; nothing while no line is complete.
-    std::optional<std::string> TakeLine();
+    /// Reads what is there, or waits for it. A last line without a newline counts as a line.
+    void Read();
+
+    /// Takes the next line with its newline, or the next part of a long one, without; nothing while
+    /// neither is complete.
+    std::optional<std::string> Take();
 
 private:
     std::string m_Pending;  ///< Read, but not taken yet.

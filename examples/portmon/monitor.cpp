@@ -1,7 +1,6 @@
 #include "monitor.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <stdexcept>
 
 #include "interrupt.h"
@@ -10,8 +9,9 @@
 namespace {
 
 constexpr int PORT = 0;
-constexpr int POLL_INTERVAL = 20;    // Milliseconds; the port can't be waited for.
-constexpr long MOST_TO_SEND = 2048;  // Bytes that a port queues at most.
+constexpr int POLL_INTERVAL = 20;          // Milliseconds; modem lines can't be waited for.
+constexpr std::size_t SENT_AT_ONCE = 256;  // Bytes, which a device with space takes at once.
+constexpr unsigned int LONG_WITHOUT_SENDING = 1000;  // Milliseconds.
 constexpr char LINE_END[] = "\r\n";
 
 [[noreturn]] void Fail(const String& device, const char* reason) {
@@ -23,7 +23,7 @@ String OnOrOff(const char* line, bool isOn) { return String(line) + (isOn ? " on
 }  // namespace
 
 Monitor::Monitor(const String& devicePath, const LineSettings& settings, bool inHexadecimal)
-    : m_Device(devicePath), m_Arrivals(inHexadecimal) {
+    : m_Device(devicePath), m_Events(devicePath), m_Arrivals(inHexadecimal) {
     SetSerialDevice(PORT, m_Device.c_str());
     const auto& [baud, parity, dataBits, stopBits, hasHandshake] = settings;
     if (!m_Port.Open(PORT, baud, parity, dataBits, stopBits))
@@ -39,10 +39,13 @@ void Monitor::Run() {
     HaveLinesChanged();
     ShowState();
     while (!IsInterrupted()) {
-        m_Input.Wait(POLL_INTERVAL);
+        const bool hasSpace = Wait();
         Receive();
-        QueueLine();
-        Send();
+        if (hasSpace)
+            Send();
+        else
+            ReportHeldLine();
+        TakeLines();
         if (HaveLinesChanged())
             ShowState();
     }
@@ -50,35 +53,58 @@ void Monitor::Run() {
     ShowState();
 }
 
+// Whether the device takes what is to be sent.
+bool Monitor::Wait() {
+    const Event event = m_Events.Wait(m_Input.IsWanted(), !m_Outgoing.empty(), POLL_INTERVAL);
+    if (event.isGone)
+        Fail(m_Device, "has gone");
+    if (event.hasInput)
+        m_Input.Read();
+    return event.hasSpace;
+}
+
 void Monitor::Receive() {
     unsigned char bytes[4096];
     const unsigned long size = m_Port.RxBuffer(bytes, sizeof bytes, nullptr);
     if (size != 0)
         m_Arrivals.Add({bytes, bytes + size});
-    else
-        StopIfGone();
     m_Arrivals.ShowOld();
 }
 
-void Monitor::QueueLine() {
-    if (!m_Outgoing.empty())
-        return;
-    if (const auto line = m_Input.TakeLine()) {
-        m_Outgoing = *line + LINE_END;
-        ShowRow(MARK_SENT, Escaped(*line));
+void Monitor::TakeLines() {
+    if (m_Outgoing.empty())
+        m_LastSent = GetSystemTickCount();
+    while (m_Outgoing.size() < SENT_AT_ONCE) {
+        auto part = m_Input.Take();
+        if (!part)
+            return;
+        const bool isLineComplete = part->back() == '\n';
+        part->resize(part->size() - (isLineComplete ? 1 : 0));
+        m_Outgoing += *part + (isLineComplete ? LINE_END : "");
+        ShowRow(MARK_SENT, Escaped(*part));
     }
 }
 
 void Monitor::Send() {
-    const long space = std::max(MOST_TO_SEND - m_Port.TxSize(), 0L);
-    const std::size_t size = std::min(m_Outgoing.size(), static_cast<std::size_t>(space));
+    const std::size_t size = std::min(m_Outgoing.size(), SENT_AT_ONCE);
     auto* const bytes = reinterpret_cast<unsigned char*>(m_Outgoing.data());
+    m_LastSent = GetSystemTickCount();
+    m_IsHeld = false;
     if (m_Port.TxBuffer(bytes, static_cast<int>(size), false) == 1) {
         m_Outgoing.erase(0, size);
         return;
     }
     m_Outgoing.clear();  // How much of it went out isn't known.
     ShowRow(MARK_STATE, "the line is held: not all was sent");
+    ShowState();
+}
+
+void Monitor::ReportHeldLine() {
+    if (m_Outgoing.empty() || m_IsHeld ||
+        CalculateTicksDifference(GetSystemTickCount(), m_LastSent) < LONG_WITHOUT_SENDING)
+        return;
+    m_IsHeld = true;
+    ShowRow(MARK_STATE, "the line is held");
     ShowState();
 }
 
@@ -96,10 +122,4 @@ void Monitor::ShowState() {
     ShowRow(MARK_STATE, OnOrOff("CTS", m_IsClearToSend) + ", " + OnOrOff("CD", m_HasCarrier) +
                             ", " + waiting(m_Port.RxSize()) + " to read, " +
                             waiting(m_Port.TxSize()) + " to send");
-}
-
-// The port itself doesn't tell: without its device it looks like one on which nothing happens.
-void Monitor::StopIfGone() const {
-    if (!std::filesystem::exists(std::string(m_Device)))
-        Fail(m_Device, "has gone");
 }

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "events.h"
 #include "input.h"
 #include "rows.h"
 #include "utilities/utilities.h"
@@ -25,22 +26,27 @@ public:
     Monitor(const String& devicePath, const LineSettings& settings, bool inHexadecimal);
 
     /// Shows what arrives, shows the state of the port whenever a modem line changes, and sends the
-    /// lines of the standard input. Returns after an interrupt; throws when the device has gone.
+    /// lines of the standard input as fast as the line takes them; what it doesn't take waits.
+    /// Returns after an interrupt; throws when the device has gone.
     void Run();
 
 private:
+    bool Wait();
     void Receive();
-    void QueueLine();
+    void TakeLines();
     void Send();
+    void ReportHeldLine();
     void ShowState();
     bool HaveLinesChanged();
-    void StopIfGone() const;
 
     String m_Device;
+    Events m_Events;  ///< Opens the device first.
     CComm m_Port;
     Arrivals m_Arrivals;
     Input m_Input;
-    std::string m_Outgoing;  ///< Bytes that the port has not taken yet.
+    std::string m_Outgoing;       ///< Bytes that the port has not taken yet.
+    unsigned int m_LastSent = 0;  ///< Milliseconds, as of `GetSystemTickCount`.
+    bool m_IsHeld = false;        ///< It has been shown that nothing is taken.
     bool m_HasCarrier = false;
     bool m_IsClearToSend = false;
 };
