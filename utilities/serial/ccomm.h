@@ -91,8 +91,9 @@ public:
     /// Returns 1 if all `length` bytes were taken, or if `length` is below 1; 0 otherwise: queue
     /// full, line held, error, port closed. `TxSize` tells how many are queued.
     ///
-    /// Each write waits up to 20 ms for a slow or held line, and the first one that takes nothing
-    /// is the last. The result is 1 only if one write took all of them. `flag` has no effect.
+    /// Each write waits up to 20 ms for a slow or held line. The first one that takes nothing is the
+    /// last, and none begins after 2 seconds. The result is 1 only if one write took all bytes.
+    /// `flag` has no effect.
     unsigned long TxBuffer(unsigned char* buffer, int length, bool flag);
 
     /// The number of received bytes that wait to be read, and of bytes queued for sending, without
