@@ -75,7 +75,8 @@ public:
     /// which the low byte counts. `stopBits`: 1 or 2; others are refused.
     ///
     /// When `parity` or `stopBits` is refused, the arguments before it, with `dataBits` before
-    /// `parity`, are stored, and the next setter that succeeds applies them.
+    /// `parity`, are stored, and the next setter that succeeds applies them. What the device
+    /// doesn't take is stored as well: every setter fails then until another value replaces it.
     bool SetPortA(long baud, char parity, int dataBits, int stopBits);
 
     /// Set one parameter after all queued bytes are sent. Return as `SetPortA`, and false also if
