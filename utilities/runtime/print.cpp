@@ -162,6 +162,10 @@ private:
 
     void PutInteger(const Directive& directive, std::uintmax_t magnitude, bool negative) {
         char buffer[INTEGER_CAPACITY];
+        if (IsPlainDecimal(directive)) {
+            PutField(directive, FormatPlain(buffer, magnitude, negative));
+            return;
+        }
         PutNumber(directive, FormatInteger(buffer, directive, magnitude, negative));
     }
 
@@ -174,10 +178,17 @@ private:
     }
 
     void PutFloat(const Directive& directive) {
-        if (directive.size == ArgumentSize::LONG_DOUBLE)
+        if (directive.size == ArgumentSize::LONG_DOUBLE) {
             PutFloatOf(directive, va_arg(m_Arguments.list, long double));
+            return;
+        }
+        const double value = va_arg(m_Arguments.list, double);
+        char buffer[PLAIN_CAPACITY];
+        const std::string_view text = FormatPlain(buffer, directive, value);
+        if (!text.empty())
+            PutField(directive, text);
         else
-            PutFloatOf(directive, va_arg(m_Arguments.list, double));
+            PutFloatOf(directive, value);
     }
 
     // Apart from the rest for the sake of the stack: a long double needs 21 kB for its digits.

@@ -13,6 +13,9 @@
 namespace runtime {
 namespace {
 
+/// Of a floating number whose directive has none.
+constexpr int USUAL_PRECISION = 6;
+
 bool IsUpper(char letter) { return letter <= 'Z'; }
 
 char Lower(char letter) { return static_cast<char>(letter | 0x20); }
@@ -53,12 +56,14 @@ int BaseOf(char type) {
 // faster and has "." for a decimal point, the host's has the locale's. The host takes memory for
 // the digits of a long double with a large precision; without it the result is null.
 
+constexpr std::chars_format FormOf(char lowerType) {
+    return lowerType == 'e'   ? std::chars_format::scientific
+           : lowerType == 'f' ? std::chars_format::fixed
+                              : std::chars_format::general;
+}
+
 char* WriteDouble(char* first, char* last, char type, int precision, double value) {
-    const char form = Lower(type);
-    const auto format = form == 'e'   ? std::chars_format::scientific
-                        : form == 'f' ? std::chars_format::fixed
-                                      : std::chars_format::general;
-    char* const end = WriteDecimal(first, last, value, format, precision);
+    char* const end = WriteDecimal(first, last, value, FormOf(Lower(type)), precision);
     if (IsUpper(type))
         MakeUpper(first, end);
     return end;
@@ -112,7 +117,7 @@ std::optional<NumberText> FormatFloatOf(char (&buffer)[FLOAT_CAPACITY<Float>],
     const char form = Lower(directive.type);
     constexpr std::size_t LIMIT{MAX_FRACTION<Float>};
     // A negative one stands for none: a hexadecimal number then has all its digits.
-    int precision = form == 'a' ? -1 : 6;
+    int precision = form == 'a' ? -1 : USUAL_PRECISION;
     if (directive.hasPrecision)
         precision = static_cast<int>(std::min(directive.precision, LIMIT));
 
@@ -141,7 +146,42 @@ std::optional<NumberText> FormatFloatOf(char (&buffer)[FLOAT_CAPACITY<Float>],
     return text;
 }
 
+bool HasFlags(const Directive& directive) {
+    return directive.plus || directive.blank || directive.alternate || directive.zero;
+}
+
 }  // namespace
+
+bool IsPlainDecimal(const Directive& directive) {
+    return BaseOf(directive.type) == 10 && !directive.hasPrecision && !HasFlags(directive);
+}
+
+std::string_view FormatPlain(char (&buffer)[INTEGER_CAPACITY], std::uintmax_t magnitude,
+                             bool negative) {
+    char* const first = buffer + (negative ? 1 : 0);
+    buffer[0] = '-';
+    char* const end = WriteDigits(first, CountDigits(magnitude), magnitude);
+    return {buffer, static_cast<std::size_t>(end - buffer)};
+}
+
+std::string_view FormatPlain(char (&buffer)[PLAIN_CAPACITY], const Directive& directive,
+                             double value) {
+    // With that precision, numbers below this have no more than 30 characters.
+    constexpr double LIMIT = 1e18;
+    constexpr std::size_t MOST_PLACES = 9;
+    const char form = directive.type;
+    const bool isDecimal = form == 'f' || form == 'g' || form == 'e';
+    if (!isDecimal || HasFlags(directive) || directive.precision > MOST_PLACES ||
+        !(std::abs(value) < LIMIT))
+        return {};
+    const char* const point = platform::DecimalPoint();
+    if (point[0] != '.' || point[1] != '\0')
+        return {};
+    const int precision =
+        directive.hasPrecision ? static_cast<int>(directive.precision) : USUAL_PRECISION;
+    char* const end = WriteDecimal(buffer, buffer + PLAIN_CAPACITY, value, FormOf(form), precision);
+    return {buffer, static_cast<std::size_t>(end - buffer)};
+}
 
 NumberText FormatInteger(char (&buffer)[INTEGER_CAPACITY], const Directive& directive,
                          std::uintmax_t magnitude, bool negative) {

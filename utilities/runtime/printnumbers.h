@@ -40,6 +40,21 @@ template <class Float>
 inline constexpr std::size_t FLOAT_CAPACITY =
     static_cast<std::size_t>(std::numeric_limits<Float>::max_exponent10 + MAX_FRACTION<Float>) + 32;
 
+/// Whether an integer is nothing but its sign and decimal digits.
+bool IsPlainDecimal(const Directive& directive);
+
+/// Such an integer.
+std::string_view FormatPlain(char (&buffer)[INTEGER_CAPACITY], std::uintmax_t magnitude,
+                             bool negative);
+
+/// Space for what the other one returns.
+inline constexpr std::size_t PLAIN_CAPACITY = 48;
+
+/// A floating number of which the same is true, with a point that the locale has as well, or the
+/// empty text for all that aren't so usual.
+std::string_view FormatPlain(char (&buffer)[PLAIN_CAPACITY], const Directive& directive,
+                             double value);
+
 /// The number as the directive asks for it, with parts that point into `buffer`.
 NumberText FormatInteger(char (&buffer)[INTEGER_CAPACITY], const Directive& directive,
                          std::uintmax_t magnitude, bool negative);
