@@ -445,7 +445,7 @@ TEST_F(Port, CanBeClosedAfterAThreadWasKilledThatWaitedUntilAllIsSent) {
 }
 
 TEST_F(Port, IsOpenedAndClosedBesideAnother) {
-    SetSerialDevice(PORT + 1, TerminalDevice());
+    SetSerialDevice(PORT + 1, TERMINAL_DEVICE.c_str());
     const auto use = [](int port) {
         for (int round = 0; round < 2000; ++round) {
             CComm one;
