@@ -20,14 +20,17 @@ constexpr unsigned int PROCESSES = 4;
 constexpr unsigned int FIRST_RECORDS = 32;
 constexpr unsigned int MOST_RECORDS = 1 << 28;      // Memory only for those that there are.
 constexpr unsigned int LONGEST_STANDSTILL = 20000;  // Milliseconds.
+constexpr unsigned int MOST_LINES = 400;            // Of this file.
 constexpr char FILE_NAME[] = "ledger";
 
 /// What the workers have finished. They share this memory, and it outlives them.
 struct Account {
     unsigned int lastTime;
     unsigned long counted[FIRST_RECORDS + 1];  ///< By record; the header is 0.
-    unsigned long recordsAdded, threadsKilled, forks, wrong, kills, crashes;
-    __int64 authors[MOST_RECORDS + 1];  ///< Of the added records.
+    unsigned long recordsAdded, threadsKilled, forks, kills, crashes;
+    unsigned long wrong[MOST_LINES];              ///< By the line of the check.
+    unsigned long wrongInChild[std::size(USES)];  ///< By the use.
+    __int64 authors[MOST_RECORDS + 1];            ///< Of the added records.
 };
 
 Account& told = *static_cast<Account*>(mmap(nullptr, sizeof(Account), PROT_READ | PROT_WRITE,
@@ -38,9 +41,9 @@ void Tell(unsigned long& count) {
     std::atomic_ref(told.lastTime) = GetSystemTickCount();
 }
 
-void Check(bool isRight) {
+void Check(bool isRight, unsigned int line = __builtin_LINE()) {
     if (!isRight)
-        Tell(told.wrong);
+        Tell(told.wrong[line]);
 }
 
 unsigned int Passed(unsigned int since) {
@@ -96,7 +99,7 @@ unsigned int ShareFile(SystemThread*) {
             if ((record == 0 ? file.writeHeader() : file.writeCurrent()) == SIZE)
                 Tell(told.counted[record]);
         } else {
-            Tell(told.wrong);
+            Check(false);
         }
     }
 }
@@ -125,7 +128,11 @@ void Fork() {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         alarm(LONGEST_STANDSTILL / 1000);
         const std::string own = std::to_string(create_unique_id());
-        _exit(std::ranges::all_of(USES, [&own](const Use& use) { return use.run(own); }) ? 0 : 1);
+        for (std::size_t i = 0; i < std::size(USES); ++i) {
+            if (!USES[i].run(own))
+                Tell(told.wrongInChild[i]);
+        }
+        _exit(0);
     });
     Check(EndOf(child) == 0);
     Tell(told.forks);
@@ -214,12 +221,23 @@ int main(int count, char** arguments) {
     Run(static_cast<unsigned int>(seconds) * 1000);
     const bool hasStopped = HasStopped();
     const unsigned long lost = CountLost();
+    unsigned long wrong = 0;
+    for (unsigned int line = 0; line < MOST_LINES; ++line) {
+        wrong += told.wrong[line];
+        if (told.wrong[line] != 0)
+            std::cout << "line " << line << ": " << told.wrong[line] << " wrong\n";
+    }
+    for (std::size_t i = 0; i < std::size(USES); ++i) {
+        wrong += told.wrongInChild[i];
+        if (told.wrongInChild[i] != 0)
+            std::cout << USES[i].name << " in a child: " << told.wrongInChild[i] << " wrong\n";
+    }
     std::cout << told.kills << " processes killed, " << told.crashes << " ended by themselves\n"
               << std::accumulate(told.counted + 1, std::end(told.counted), 0UL)
               << " records rewritten, " << told.recordsAdded << " added, " << told.counted[0]
-              << " headers, "
-              << 2 * told.threadsKilled << " threads killed, " << told.forks << " forks\n"
-              << lost << " lost, " << told.wrong << " wrong results"
+              << " headers, " << 2 * told.threadsKilled << " threads killed, " << told.forks
+              << " forks\n"
+              << lost << " lost, " << wrong << " wrong results"
               << (hasStopped ? ", and a standstill\n" : "\n");
-    return lost + told.wrong + told.crashes == 0 && !hasStopped ? 0 : 1;
+    return lost + wrong + told.crashes == 0 && !hasStopped ? 0 : 1;
 }
