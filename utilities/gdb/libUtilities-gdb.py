@@ -138,11 +138,11 @@ LAYOUT = 1
 INSPECTION = "Q5Q"
 MUTEX = "B?2xI24sI5III"  # MutexDbgEntry: in use, untimed, time, name, owner, waiters, uses, handle
 MUTEX_IN_USE = 1
-SLOT = "QIIQIIQQQQ"  # Slot: handle, owner, marks, word, depth, lock, first and last waiter, thread, next
+# Slot: handle, owner, marks, word, depth, lock, first and last waiter, thread, next, last state
+SLOT = "QIIQIIQQQII"
 SLOTS_OF_CHUNK = 256
-SLOT_INDEX = 0x3FFFF
-KIND_SHIFT, KIND_MASK = 18, 7
-KINDS_OF_SLOTS = {1: "mutex", 2: "semaphore", 3: "event", 4: "thread"}
+KIND_MASK = 7
+KINDS_OF_SLOTS = {1: "mutex", 2: "thread", 3: "event", 4: "event", 5: "semaphore"}
 OWNER_ABANDONED, LARGEST_ID = 0x80000000, 0x0FFFFFFF
 WAITER = "IIQ"  # Waiter: word, thread, next
 THREAD = "4xI16xI52xQ"  # ThreadRecord: control, id, first waiter of `changes`
@@ -229,9 +229,9 @@ class Process:
         (used,) = read(used, "I")
         for first in range(0, used, SLOTS_OF_CHUNK):
             (chunk,) = read(chunks + first // SLOTS_OF_CHUNK * 8, "Q")
-            for handle, owner, _, _, depth, _, waiter, _, thread, _ in read_all(
+            for handle, owner, _, _, depth, _, waiter, _, thread, *_ in read_all(
                     chunk, SLOT, min(used - first, SLOTS_OF_CHUNK)):
-                kind = KINDS_OF_SLOTS.get(handle >> KIND_SHIFT & KIND_MASK)
+                kind = KINDS_OF_SLOTS.get(handle & KIND_MASK)
                 if kind == "mutex":
                     mutex = mutexes.get(handle & 0xFFFFFFFF)
                     if mutex is None and (owner or waiter):

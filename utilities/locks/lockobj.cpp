@@ -124,14 +124,15 @@ void MutexLock::Lock() {
     if (caller == 0 || record.Waiter[0] != 0) [[unlikely]]
         return LockWithSlot(nullptr);
     record.Waiter[0] = caller;
-    if (!platform::AcquireAtOnce(m_Handle, caller)) [[unlikely]]
+    const platform::Acquired acquired = platform::AcquireAtOnce(m_Handle, caller);
+    if (acquired == platform::Acquired::NOT) [[unlikely]]
         return LockWithSlot(&record.Waiter[0]);
     const std::int32_t count = m_LockedCount;
-    if (count > 0 && m_ThreadId == caller) {
+    if (acquired == platform::Acquired::AGAIN && count > 0 && m_ThreadId == caller) {
         m_LockedCount = Plus(count, 1);
         record.Waiter[0] = 0;
         record.Owner.store(caller, std::memory_order_release);
-    } else if (count == 0 && m_ThreadId == 0) {
+    } else if (acquired == platform::Acquired::FIRST && count == 0 && m_ThreadId == 0) {
         m_LockedCount = 1;
         m_ThreadId = caller;
         StampAndPublish(record);
@@ -186,7 +187,7 @@ void MutexLock::Unlock() {
         m_ThreadId = 0;
         MutexDbgList[m_DbgListIndex].Owner.store(0, std::memory_order_relaxed);
     }
-    platform::ReleaseMutex(m_Handle);
+    platform::Release(m_Handle, caller);
 }
 
 void MutexLock::SetName(const char* name) { NameMutexRecord(MutexDbgList[m_DbgListIndex], name); }

@@ -43,15 +43,21 @@ Handle CreateEventA(bool manualReset, bool initialState);
 /// are free, and threads that exist in the parent only have ended.
 std::uint32_t WaitForSingleObject(Handle object, std::uint32_t milliseconds);
 
+/// How a mutex was acquired.
+enum class Acquired { NOT, FIRST, AGAIN };
+
 /// The short way of taking a mutex that is free or held by the caller, whose id must not be 0 and
-/// come from `GetLockerId`. False, with nothing done, leaves all to `WaitForSingleObject`.
-bool AcquireAtOnce(Handle mutex, std::uint32_t locker);
+/// come from `GetLockerId`. NOT, with nothing done, leaves all to `WaitForSingleObject`.
+Acquired AcquireAtOnce(Handle mutex, std::uint32_t locker);
 
 /// The calling thread's id if it has waited for a mutex before, otherwise 0.
 std::uint32_t GetLockerId();
 
 /// Gives up one acquisition. False where the caller doesn't hold the mutex.
 bool ReleaseMutex(Handle mutex);
+
+/// The same by a caller that has its id, which must not be 0, from `GetLockerId`.
+bool Release(Handle mutex, std::uint32_t locker);
 
 /// Whether the calling thread holds the mutex.
 bool IsHeldByCaller(Handle mutex);

@@ -50,7 +50,7 @@ constexpr long GROWTH = 2'000;
 std::atomic<long> steps{0};
 int ends[2];
 const bool IS_PIPED = pipe(ends) == 0;
-Handle mutex, semaphore, event, owned;
+Handle mutex, semaphore, event, owned, ending;
 
 template <auto step>
 unsigned int Repeat(void*) {
@@ -92,6 +92,20 @@ struct Started {
     Handle handle;
 };
 
+std::atomic<bool> mayEnd{false};
+pthread_key_t late;
+
+/// Exits, but the system takes it back only when it may end.
+unsigned int EndLate(void*) {
+    static const int created = pthread_key_create(&late, [](void* value) {
+        if (value == &late)
+            pthread_setspecific(late, &mayEnd);  // to come after the destructors of other keys
+        for (; value != &late && !mayEnd; ++steps)
+            Sleep(1);
+    });
+    return unsigned(created | pthread_setspecific(late, &late));
+}
+
 TEST(Threads, DoNotStartWhereEachSignalIsInUse) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");  // In a process that hasn't claimed one yet.
     EXPECT_EXIT(
@@ -127,10 +141,15 @@ TEST(Threads, ASuspendedWaiterLeavesWhatIsFreeToOthersAndComesBack) {
     const struct {
         unsigned int (*wait)(void*);
         bool (*give)();
-    } ROWS[] = {{WaitFor<&mutex>, [] { return ReleaseMutex(mutex); }},
+    } ROWS[] = {{WaitFor<&ending>, [] { return mayEnd = true; }},
+                {WaitFor<&mutex>, [] { return ReleaseMutex(mutex); }},
                 {WaitFor<&semaphore>, [] { return ReleaseSemaphore(semaphore); }},
                 {WaitFor<&event>, [] { return SetEvent(event); }}};
     WaitForSingleObject(mutex, INFINITE);
+    mayEnd = false;
+    const Started exited(EndLate);
+    ending = exited.handle;
+    ASSERT_TRUE(Eventually([before = steps.load()] { return steps != before; }));
     for (const auto& row : ROWS) {
         SCOPED_TRACE(&row - ROWS);
         const Started first(row.wait);

@@ -12,44 +12,38 @@ namespace platform {
 
 namespace {
 
-constexpr std::uint64_t INDEX_MASK = SLOT_LIMIT - 1;
 constexpr std::uint64_t NEXT_USE = std::uint64_t{1} << (INDEX_BITS + KIND_BITS);
 
 /// Slots that wait to be used again, first in, first out.
 class SlotQueue {
 public:
     void Push(Slot& slot) {
-        slot.nextFree = nullptr;
-        (m_Last != nullptr ? m_Last->nextFree : m_First) = &slot;
-        m_Last = &slot;
+        const std::uint32_t index = IndexOf(slot.handle.load(std::memory_order_relaxed));
+        slot.nextFree = NO_SLOT;
+        (m_Last != NO_SLOT ? HandleTable::At(m_Last).nextFree : m_First) = index;
+        m_Last = index;
     }
     Slot* Pop() {
-        Slot* const slot = m_First;
-        if (slot != nullptr)
-            m_First = slot->nextFree;
-        if (m_First == nullptr)
-            m_Last = nullptr;
+        if (m_First == NO_SLOT)
+            return nullptr;
+        Slot* const slot = &HandleTable::At(m_First);
+        m_First = slot->nextFree;
+        if (m_First == NO_SLOT)
+            m_Last = NO_SLOT;
         return slot;
     }
 
 private:
-    Slot* m_First = nullptr;
-    Slot* m_Last = nullptr;
-};
+    static constexpr std::uint32_t NO_SLOT = SLOT_LIMIT;
 
-// The first objects must be had even where memory is short: the library's own mutex is among them.
-alignas(Slot) std::byte firstChunk[256 * sizeof(Slot)];
+    std::uint32_t m_First = NO_SLOT;
+    std::uint32_t m_Last = NO_SLOT;
+};
 
 constinit FutexLock tableLock;
 constinit SlotQueue freeSlots;
 constinit SlotQueue heldSlots;  ///< Closed while another thread held the mutex.
 constinit std::uint32_t openObjects = 0;
-
-Slot* MapChunk(std::size_t bytes) {
-    void* const memory =
-        mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    return memory != MAP_FAILED ? static_cast<Slot*>(memory) : nullptr;
-}
 
 /// A slot whose mutex has been let go since it was closed.
 Slot* TakeReleased() {
@@ -77,29 +71,36 @@ const AtFork tableAtFork(
 
 }  // namespace
 
+constinit std::array<Slot, HandleTable::CHUNK_SIZE> HandleTable::firstChunk;
 constinit std::array<std::atomic<Slot*>, SLOT_LIMIT / HandleTable::CHUNK_SIZE> HandleTable::chunks;
 constinit std::atomic<std::uint32_t> HandleTable::used{0};
 
 constinit const InspectedHandles inspectedHandles = HandleTable::Inspected();
 
+Slot* HandleTable::MapChunk() {
+    void* const memory = mmap(nullptr, sizeof firstChunk, PROT_READ | PROT_WRITE,
+                              MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED)
+        return nullptr;
+    auto* const chunk = static_cast<Slot*>(memory);
+    for (std::uint32_t i = 0; i < CHUNK_SIZE; ++i)
+        new (chunk + i) Slot;
+    return chunk;
+}
+
 Slot* HandleTable::TakeUnused() {
-    static_assert(sizeof firstChunk == CHUNK_SIZE * sizeof(Slot));
     const std::uint32_t index = used.load(std::memory_order_relaxed);
     if (index == SLOT_LIMIT)
         return nullptr;
-    std::atomic<Slot*>& chunk = chunks[index / CHUNK_SIZE];
-    Slot* first = chunk.load(std::memory_order_relaxed);
-    if (first == nullptr) {
-        first = index == 0 ? reinterpret_cast<Slot*>(firstChunk) : MapChunk(sizeof firstChunk);
-        if (first == nullptr)
+    if (index % CHUNK_SIZE == 0) {
+        Slot* const chunk = index == 0 ? firstChunk.data() : MapChunk();
+        if (chunk == nullptr)
             return nullptr;
-        for (std::uint32_t i = 0; i < CHUNK_SIZE; ++i)
-            new (first + i) Slot;
-        chunk.store(first, std::memory_order_release);
+        chunks[index / CHUNK_SIZE].store(chunk, std::memory_order_release);
     }
-    Slot& slot = first[index % CHUNK_SIZE];
+    Slot& slot = At(index);
     // Not the null handle, not even for the first slot.
-    slot.handle.store(NEXT_USE | index, std::memory_order_relaxed);
+    slot.handle.store(NEXT_USE | index << KIND_BITS, std::memory_order_relaxed);
     used.store(index + 1, std::memory_order_release);
     return &slot;
 }
@@ -122,8 +123,7 @@ Handle HandleTable::Open(Kind kind, std::uint32_t state, std::uint32_t limit,
     Slot* const slot = Take();
     if (slot == nullptr)
         return nullptr;
-    const std::uint64_t handle = slot->handle.load(std::memory_order_relaxed) | std::uint64_t{kind}
-                                                                                    << INDEX_BITS;
+    const std::uint64_t handle = slot->handle.load(std::memory_order_relaxed) | kind;
     const ScopedLock lock(slot->lock);
     slot->thread = thread;
     slot->limit.store(limit, std::memory_order_relaxed);
@@ -131,6 +131,7 @@ Handle HandleTable::Open(Kind kind, std::uint32_t state, std::uint32_t limit,
     if (kind != KIND_MUTEX)
         slot->owner.store(OWNER_NO_MUTEX, std::memory_order_relaxed);
     slot->word.store(TagOf(handle) | state, std::memory_order_relaxed);
+    slot->lastState.store(state, std::memory_order_relaxed);
     slot->handle.store(handle, std::memory_order_release);
     return reinterpret_cast<Handle>(handle);
 }
@@ -145,9 +146,8 @@ bool HandleTable::Close(Handle handle, ThreadRecord*& thread) {
         const ScopedLock lock(slot->lock);
         if (!IsOpen(*slot, handle))
             return false;
-        const std::uint64_t next = NumberOf(handle) + NEXT_USE;
-        slot->handle.store((next & ~(NEXT_USE - 1)) | (next & INDEX_MASK),
-                           std::memory_order_seq_cst);
+        const std::uint64_t next = NumberOf(handle) - KindOf(handle) + NEXT_USE;
+        slot->handle.store(next, std::memory_order_seq_cst);
         slot->word.store(TagOf(next), std::memory_order_release);
         isHeld = !EndMutex(*slot);
         slot->queue.RefuseAll();
@@ -168,7 +168,7 @@ void HandleTable::Release() {
     used.store(0, std::memory_order_relaxed);
     for (std::atomic<Slot*>& chunk : chunks) {
         Slot* const first = chunk.exchange(nullptr);
-        if (first != nullptr && first != reinterpret_cast<Slot*>(firstChunk))
+        if (first != nullptr && first != firstChunk.data())
             munmap(first, sizeof firstChunk);
     }
 }

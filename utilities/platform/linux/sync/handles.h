@@ -1,9 +1,9 @@
 /// The table of the objects behind the handles.
 ///
-/// A handle is a number: the index of a slot (18 bits), the kind of the object (3 bits), and how
-/// often the slot was used before (43 bits). A slot holds the handle of the object that lives in it
-/// now, so a handle that was closed or never given out matches no slot. Slots are never given back
-/// to the system while an object is open, so a late call reads valid memory. The table grows by
+/// A handle is a number: the kind of the object (3 bits), the index of a slot (18 bits), and how
+/// often the slot was used (43 bits). A slot holds the handle of the object that lives in it now,
+/// so a handle that was closed or never given out matches no slot. Slots are never given back to
+/// the system while an object is open, so a late call reads valid memory. The table grows by
 /// chunks; a chunk that was never needed takes no memory.
 ///
 /// What a call does after it compared the handle can still meet a slot that was closed, and opened
@@ -28,7 +28,14 @@ namespace platform {
 
 struct ThreadRecord;
 
-enum Kind : std::uint32_t { KIND_NONE, KIND_MUTEX, KIND_SEMAPHORE, KIND_EVENT, KIND_THREAD };
+enum Kind : std::uint32_t {
+    KIND_NONE,
+    KIND_MUTEX,
+    KIND_THREAD,
+    KIND_MANUAL_EVENT,
+    KIND_EVENT,
+    KIND_SEMAPHORE,
+};
 
 struct alignas(64) Slot {
     std::atomic<std::uint64_t> handle{0};  ///< Of kind KIND_NONE while the slot is free.
@@ -39,19 +46,23 @@ struct alignas(64) Slot {
     FutexLock lock;                        ///< Guards what follows, and the closing.
     WaitQueue queue;
     ThreadRecord* thread = nullptr;
-    Slot* nextFree = nullptr;
+    std::uint32_t nextFree = 0;               ///< In a queue of closed slots.
+    std::atomic<std::uint32_t> lastState{0};  ///< Beside `word`: see semaphore_event.h.
 };
 static_assert(sizeof(Slot) == 64, "one object a cache line");
 
-inline constexpr unsigned INDEX_BITS = 18;
 inline constexpr unsigned KIND_BITS = 3;
+inline constexpr unsigned INDEX_BITS = 18;
 inline constexpr std::uint32_t SLOT_LIMIT = 1u << INDEX_BITS;
 
 inline std::uint64_t NumberOf(Handle handle) { return reinterpret_cast<std::uintptr_t>(handle); }
 inline Kind KindOf(std::uint64_t handle) {
-    return static_cast<Kind>(handle >> INDEX_BITS & ((1u << KIND_BITS) - 1));
+    return static_cast<Kind>(handle & ((1u << KIND_BITS) - 1));
 }
 inline Kind KindOf(Handle handle) { return KindOf(NumberOf(handle)); }
+inline std::uint32_t IndexOf(std::uint64_t handle) {
+    return (static_cast<std::uint32_t>(handle) & (SLOT_LIMIT - 1) << KIND_BITS) >> KIND_BITS;
+}
 
 /// In the word of a semaphore or event: threads wait in the queue.
 inline constexpr std::uint32_t STATE_WAITERS = 0x80000000;
@@ -70,9 +81,16 @@ public:
     /// The slot that the handle names, null where the table has none. The slot's own handle tells
     /// whether the object is still the same.
     static Slot* Find(Handle handle) {
-        const std::uint32_t index = NumberOf(handle) & (SLOT_LIMIT - 1);
+        const std::uint32_t index = IndexOf(NumberOf(handle));
+        if (index < CHUNK_SIZE) [[likely]]
+            return &firstChunk[index];
         Slot* const chunk = chunks[index / CHUNK_SIZE].load(std::memory_order_acquire);
         return chunk != nullptr ? chunk + index % CHUNK_SIZE : nullptr;
+    }
+
+    /// The slot of an index that is in use or was.
+    static Slot& At(std::uint32_t index) {
+        return chunks[index / CHUNK_SIZE].load(std::memory_order_relaxed)[index % CHUNK_SIZE];
     }
 
     /// Opens an object: `state` is what its word holds beside the tag, `thread` what a handle to a
@@ -87,11 +105,11 @@ public:
     static void ForEachUsed(Action action) {
         const std::uint32_t end = used.load(std::memory_order_acquire);
         for (std::uint32_t index = 0; index < end; ++index)
-            action(chunks[index / CHUNK_SIZE].load(std::memory_order_relaxed)[index % CHUNK_SIZE]);
+            action(At(index));
     }
 
-    /// At the unload: gives the memory back if no object is open any more. Where
-    /// some are open the process is about to exit, with threads that still use them.
+    /// At the unload: gives the memory back if no object is open any more. Where some are open the
+    /// process is about to exit, with threads that still use them.
     static void Release();
 
     static constexpr InspectedHandles Inspected() { return {&chunks, &used}; }
@@ -101,7 +119,11 @@ private:
 
     static Slot* Take();
     static Slot* TakeUnused();
+    static Slot* MapChunk();
 
+    /// Part of the library, so that the first objects can be had even where memory is short (the
+    /// library's own mutex is among them) and are found without a look at the table.
+    static constinit std::array<Slot, CHUNK_SIZE> firstChunk;
     static constinit std::array<std::atomic<Slot*>, SLOT_LIMIT / CHUNK_SIZE> chunks;
     static constinit std::atomic<std::uint32_t> used;  ///< Slots that were ever in use.
 };

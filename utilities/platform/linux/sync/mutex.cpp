@@ -44,6 +44,7 @@ std::uint32_t ResultAfter(std::uint32_t previousOwner) {
 }
 
 /// Takes the mutex if it is free. The caller holds it already only where it can't get any deeper.
+/// Under the slot's lock no handle is closed, so a mutex that was taken there stays taken.
 std::uint32_t TryAcquire(Slot& slot, Handle handle) {
     const std::uint32_t self = LockerId();
     std::uint32_t owner = slot.owner.load(std::memory_order_relaxed);
@@ -58,9 +59,10 @@ std::uint32_t TryAcquire(Slot& slot, Handle handle) {
                                                std::memory_order_relaxed)) {
             if (IsOpen(slot, handle))
                 return ResultAfter(owner);
-            slot.owner.store(0, std::memory_order_release);
+            ReleaseSlot(slot);
+        } else {
+            current.held = current.held - 1;
         }
-        current.held = current.held - 1;
     }
     return WAIT_FAILED;
 }

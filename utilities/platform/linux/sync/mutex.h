@@ -40,52 +40,60 @@ inline constexpr std::uint32_t MARK_ALWAYS = 2;
 
 inline constexpr std::uint32_t DEEPEST = 0xFFFFFFFF;
 
-/// Takes the mutex where it is free or the caller's, whose id is `self`. False leaves all to
-/// `AcquireMutexSlowly`; also for a slot of another kind, whose owner is no thread.
-inline bool AcquireMutexAtOnce(Slot& slot, Handle handle, std::uint32_t self) {
-    if (slot.handle.load(std::memory_order_relaxed) != NumberOf(handle))
-        return false;
-    std::uint32_t owner = slot.owner.load(std::memory_order_relaxed);
-    if (owner == 0) {
-        current.held = current.held + 1;
-        std::atomic_signal_fence(std::memory_order_seq_cst);
-        if (slot.owner.compare_exchange_strong(owner, self, std::memory_order_acquire,
-                                               std::memory_order_relaxed)) [[likely]] {
-            if (IsOpen(slot, handle)) [[likely]]
-                return true;
-            slot.owner.store(0, std::memory_order_release);
-        }
-        current.held = current.held - 1;
-        return false;
-    }
-    const std::uint32_t depth = slot.limit.load(std::memory_order_relaxed);
-    if (owner != self || depth == DEEPEST)
-        return false;
-    slot.limit.store(depth + 1, std::memory_order_relaxed);
-    return true;
-}
-
 /// Wakes the first waiter of the slot's mutex if that is free and awaited. May be called at any
 /// time, for any slot.
 void FinishRelease(Slot& slot);
 
-/// Gives up one of the caller's acquisitions. False where the handle is closed or the caller isn't
-/// the holder.
-inline bool ReleaseMutexOf(Slot& slot, Handle handle) {
+/// Frees a mutex that the caller holds once.
+inline void ReleaseSlot(Slot& slot) {
+    current.released = &slot;
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    slot.owner.store(0, std::memory_order_release);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    current.held = current.held - 1;
+    if (slot.marks.load(std::memory_order_relaxed) != 0) [[unlikely]]
+        FinishRelease(slot);
+}
+
+/// Takes the mutex where it is free or the caller's, whose id is `self`. NOT leaves all to
+/// `AcquireMutexSlowly`; also for a slot of another kind, whose owner is no thread.
+inline Acquired AcquireMutexAtOnce(Slot& slot, Handle handle, std::uint32_t self) {
+    if (slot.handle.load(std::memory_order_relaxed) != NumberOf(handle))
+        return Acquired::NOT;
+    std::uint32_t owner = slot.owner.load(std::memory_order_relaxed);
+    if (owner == self) {
+        const std::uint32_t depth = slot.limit.load(std::memory_order_relaxed);
+        if (depth == DEEPEST)
+            return Acquired::NOT;
+        slot.limit.store(depth + 1, std::memory_order_relaxed);
+        return Acquired::AGAIN;
+    }
+    if (owner != 0)
+        return Acquired::NOT;
+    current.held = current.held + 1;
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    if (slot.owner.compare_exchange_strong(owner, self, std::memory_order_acquire,
+                                           std::memory_order_relaxed)) [[likely]] {
+        if (IsOpen(slot, handle)) [[likely]]
+            return Acquired::FIRST;
+        ReleaseSlot(slot);
+        return Acquired::NOT;
+    }
+    current.held = current.held - 1;
+    return Acquired::NOT;
+}
+
+/// Gives up one of the acquisitions of the caller, whose id is `self`. False where the handle is
+/// closed or the caller isn't the holder.
+inline bool ReleaseMutexOf(Slot& slot, Handle handle, std::uint32_t self) {
     if (slot.handle.load(std::memory_order_relaxed) != NumberOf(handle) ||
-        slot.owner.load(std::memory_order_relaxed) != current.locker || current.locker == 0)
+        slot.owner.load(std::memory_order_relaxed) != self)
         return false;
     if (const std::uint32_t depth = slot.limit.load(std::memory_order_relaxed); depth != 0) {
         slot.limit.store(depth - 1, std::memory_order_relaxed);
         return true;
     }
-    current.released = &slot;
-    std::atomic_signal_fence(std::memory_order_seq_cst);
-    slot.owner.store(0, std::memory_order_release);
-    std::atomic_signal_fence(std::memory_order_seq_cst);
-    if (slot.marks.load(std::memory_order_relaxed) != 0) [[unlikely]]
-        FinishRelease(slot);
-    current.held = current.held - 1;
+    ReleaseSlot(slot);
     return true;
 }
 

@@ -6,17 +6,15 @@ namespace platform {
 
 namespace {
 
-std::uint32_t StateOf(std::uint64_t word) { return static_cast<std::uint32_t>(word); }
+constexpr std::uint64_t WAITERS = STATE_WAITERS;
 
 std::uint32_t TryTake(Slot& slot, Handle handle) {
-    const Kind kind = KindOf(handle);
+    const bool isManual = KindOf(handle) == KIND_MANUAL_EVENT;
     std::uint64_t word = slot.word.load(std::memory_order_acquire);
     while (Matches(word, handle)) {
-        if (!IsSignalled(kind, word))
+        if (!IsSignalled(word))
             return BLOCKED;
-        const std::uint64_t taken = WordAfterWait(kind, word);
-        if (taken == word ||
-            slot.word.compare_exchange_weak(word, taken, std::memory_order_acquire))
+        if (isManual || ExchangeWord(slot, word, word - 1, std::memory_order_acquire))
             return WAIT_OBJECT_0;
     }
     return WAIT_FAILED;
@@ -27,12 +25,11 @@ std::uint32_t Enter(Slot& slot, Handle handle, Waiter& waiter) {
     const ScopedLock lock(slot.lock);
     for (;;) {
         std::uint64_t word = slot.word.load(std::memory_order_relaxed);
-        if (!Matches(word, handle) || IsSignalled(KindOf(handle), word)) {
+        if (!Matches(word, handle) || IsSignalled(word)) {
             const std::uint32_t result = TryTake(slot, handle);
             if (result != BLOCKED)
                 return result;
-        } else if (slot.word.compare_exchange_weak(word, word | STATE_WAITERS,
-                                                   std::memory_order_relaxed)) {
+        } else if (ExchangeWord(slot, word, word | WAITERS, std::memory_order_relaxed)) {
             slot.queue.Push(waiter);
             return BLOCKED;
         }
@@ -41,8 +38,10 @@ std::uint32_t Enter(Slot& slot, Handle handle, Waiter& waiter) {
 
 /// Under the slot's lock, after a waiter left the queue.
 void UnmarkEmpty(Slot& slot) {
-    if (slot.queue.IsEmpty())
-        slot.word.fetch_and(~std::uint64_t{STATE_WAITERS}, std::memory_order_relaxed);
+    if (!slot.queue.IsEmpty())
+        return;
+    const std::uint64_t before = slot.word.fetch_and(~WAITERS, std::memory_order_relaxed);
+    slot.lastState.store(static_cast<std::uint32_t>(before & ~WAITERS), std::memory_order_relaxed);
 }
 
 /// Leaves the queue. False for a waiter that was given something just before.
@@ -76,7 +75,8 @@ bool SetManualEvent(Slot& slot, Handle handle) {
     const ScopedLock lock(slot.lock);
     if (!Matches(slot.word.load(std::memory_order_relaxed), handle))
         return false;
-    slot.word.store(TagOf(NumberOf(handle)) | EVENT_MANUAL | EVENT_SET, std::memory_order_release);
+    slot.word.store(TagOf(NumberOf(handle)) | 1, std::memory_order_release);
+    slot.lastState.store(1, std::memory_order_relaxed);
     slot.queue.WakeAll();
     return true;
 }
@@ -86,7 +86,7 @@ bool SetManualEvent(Slot& slot, Handle handle) {
 void GiveBack(Slot& slot, Handle handle) {
     if (KindOf(handle) == KIND_SEMAPHORE)
         RaiseCount(slot, handle);
-    else if ((slot.word.load(std::memory_order_relaxed) & EVENT_MANUAL) == 0)
+    else if (KindOf(handle) == KIND_EVENT)
         SetEventOf(slot, handle);
 }
 
@@ -96,8 +96,7 @@ bool StopAndStartAgain(Slot& slot, Handle handle, Waiter& waiter) {
     const bool isGiven = !Leave(slot, waiter);
     if (isGiven && !waiter.IsRefused())
         GiveBack(slot, handle);
-    const bool isManual = (slot.word.load(std::memory_order_relaxed) & EVENT_MANUAL) != 0 &&
-                          KindOf(handle) == KIND_EVENT;
+    const bool isManual = KindOf(handle) == KIND_MANUAL_EVENT;
     const bool isDone = isGiven && (isManual || waiter.IsRefused());
     return Stop() && !isDone;
 }
@@ -139,14 +138,13 @@ std::uint32_t WaitForSemaphoreOrEvent(Slot& slot, Handle handle, std::uint32_t m
 bool RaiseCount(Slot& slot, Handle handle) {
     std::uint64_t word = slot.word.load(std::memory_order_relaxed);
     while (Matches(word, handle)) {
-        if ((word & STATE_WAITERS) != 0) {
+        if ((word & WAITERS) != 0) {
             if (GiveToWaiter(slot, handle))
                 return true;
             word = slot.word.load(std::memory_order_relaxed);
-        } else if (StateOf(word) >= slot.limit.load(std::memory_order_relaxed)) {
+        } else if (static_cast<std::uint32_t>(word) >= slot.limit.load(std::memory_order_relaxed)) {
             return false;
-        } else if (slot.word.compare_exchange_weak(word, word + 1, std::memory_order_release,
-                                                   std::memory_order_relaxed)) {
+        } else if (ExchangeWord(slot, word, word + 1, std::memory_order_release)) {
             return true;
         }
     }
@@ -154,16 +152,14 @@ bool RaiseCount(Slot& slot, Handle handle) {
 }
 
 bool SetEventOf(Slot& slot, Handle handle) {
+    const bool isManual = KindOf(handle) == KIND_MANUAL_EVENT;
     std::uint64_t word = slot.word.load(std::memory_order_relaxed);
     while (Matches(word, handle)) {
-        if ((word & STATE_WAITERS) != 0) {
-            const bool isManual = (word & EVENT_MANUAL) != 0;
+        if ((word & WAITERS) != 0) {
             if (isManual ? SetManualEvent(slot, handle) : GiveToWaiter(slot, handle))
                 return true;
             word = slot.word.load(std::memory_order_relaxed);
-        } else if (slot.word.compare_exchange_weak(word, word | EVENT_SET,
-                                                   std::memory_order_release,
-                                                   std::memory_order_relaxed)) {
+        } else if (ExchangeWord(slot, word, word | 1, std::memory_order_release)) {
             return true;
         }
     }
@@ -173,8 +169,7 @@ bool SetEventOf(Slot& slot, Handle handle) {
 bool ResetEventOf(Slot& slot, Handle handle) {
     std::uint64_t word = slot.word.load(std::memory_order_relaxed);
     while (Matches(word, handle)) {
-        if (slot.word.compare_exchange_weak(word, word & ~std::uint64_t{EVENT_SET},
-                                            std::memory_order_acq_rel, std::memory_order_relaxed))
+        if (ExchangeWord(slot, word, word & ~std::uint64_t{1}, std::memory_order_acq_rel))
             return true;
     }
     return false;

@@ -9,22 +9,33 @@ namespace platform {
 
 namespace {
 
-/// Null unless the handle is of that kind. What is found may be closed, or be another object by
-/// now: the operations compare the handle.
-Slot* FindOf(Kind kind, Handle handle) {
-    return KindOf(handle) == kind ? HandleTable::Find(handle) : nullptr;
+bool IsEvent(Handle handle) {
+    return KindOf(handle) == KIND_EVENT || KindOf(handle) == KIND_MANUAL_EVENT;
 }
 
-/// All but taking a mutex at once. Out of line, as it would otherwise save registers there.
+// What is found here and below may be closed, or be another object by now: the operations compare
+// the handle.
+Slot* FindEvent(Handle handle) { return IsEvent(handle) ? HandleTable::Find(handle) : nullptr; }
+
+std::uint32_t WaitForMutex(Slot& slot, Handle mutex, std::uint32_t milliseconds) {
+    const std::uint32_t self = LockerId();
+    return AcquireMutexAtOnce(slot, mutex, self) != Acquired::NOT
+               ? WAIT_OBJECT_0
+               : AcquireMutexSlowly(slot, mutex, milliseconds);
+}
+
+/// All but taking from a semaphore or event at once. Out of line, as it would otherwise save
+/// registers there.
 [[gnu::noinline]] std::uint32_t WaitSlowly(Handle object, std::uint32_t milliseconds) {
     Slot* const slot = HandleTable::Find(object);
     if (slot == nullptr)
         return WAIT_FAILED;
     switch (KindOf(object)) {
         case KIND_MUTEX:
-            return AcquireMutexSlowly(*slot, object, milliseconds);
+            return WaitForMutex(*slot, object, milliseconds);
         case KIND_SEMAPHORE:
         case KIND_EVENT:
+        case KIND_MANUAL_EVENT:
             return WaitForSemaphoreOrEvent(*slot, object, milliseconds);
         case KIND_THREAD:
             return WaitForThreadHandle(object, milliseconds);
@@ -45,52 +56,56 @@ Handle CreateSemaphoreA(std::int32_t initial, std::int32_t maximum) {
 }
 
 Handle CreateEventA(bool manualReset, bool initialState) {
-    const std::uint32_t state = (manualReset ? EVENT_MANUAL : 0) | (initialState ? EVENT_SET : 0);
-    return HandleTable::Open(KIND_EVENT, state, 0, nullptr);
+    return HandleTable::Open(manualReset ? KIND_MANUAL_EVENT : KIND_EVENT, initialState ? 1 : 0, 1,
+                             nullptr);
 }
 
 std::uint32_t WaitForSingleObject(Handle object, std::uint32_t milliseconds) {
-    const Kind kind = KindOf(object);
-    if (kind == KIND_SEMAPHORE || kind == KIND_EVENT) {
+    if (KindOf(object) == KIND_SEMAPHORE || IsEvent(object)) {
         Slot* const slot = HandleTable::Find(object);
-        if (slot != nullptr && TakeAtOnce(*slot, object, kind))
+        if (slot != nullptr && TakeAtOnce(*slot, object))
             return WAIT_OBJECT_0;
-    } else if (AcquireAtOnce(object, current.locker)) {
-        return WAIT_OBJECT_0;
     }
     return WaitSlowly(object, milliseconds);
 }
 
-bool AcquireAtOnce(Handle mutex, std::uint32_t locker) {
+Acquired AcquireAtOnce(Handle mutex, std::uint32_t locker) {
     Slot* const slot = HandleTable::Find(mutex);
-    return slot != nullptr && locker != 0 && AcquireMutexAtOnce(*slot, mutex, locker);
+    return slot != nullptr ? AcquireMutexAtOnce(*slot, mutex, locker) : Acquired::NOT;
 }
 
 std::uint32_t GetLockerId() { return current.locker; }
 
-bool ReleaseMutex(Handle mutex) {
+bool Release(Handle mutex, std::uint32_t locker) {
     Slot* const slot = HandleTable::Find(mutex);
-    return slot != nullptr && ReleaseMutexOf(*slot, mutex);
+    return slot != nullptr && ReleaseMutexOf(*slot, mutex, locker);
+}
+
+bool ReleaseMutex(Handle mutex) {
+    const std::uint32_t self = current.locker;
+    Slot* const slot = HandleTable::Find(mutex);
+    return slot != nullptr && self != 0 && ReleaseMutexOf(*slot, mutex, self);
 }
 
 bool IsHeldByCaller(Handle mutex) {
-    const Slot* const slot = FindOf(KIND_MUTEX, mutex);
-    return slot != nullptr && IsOpen(*slot, mutex) && current.locker != 0 &&
-           slot->owner.load(std::memory_order_relaxed) == current.locker;
+    const Slot* const slot = HandleTable::Find(mutex);
+    return slot != nullptr && KindOf(mutex) == KIND_MUTEX && IsOpen(*slot, mutex) &&
+           current.locker != 0 && slot->owner.load(std::memory_order_relaxed) == current.locker;
 }
 
 bool ReleaseSemaphore(Handle semaphore) {
-    Slot* const slot = FindOf(KIND_SEMAPHORE, semaphore);
-    return slot != nullptr && RaiseCount(*slot, semaphore);
+    Slot* const slot = HandleTable::Find(semaphore);
+    return slot != nullptr && KindOf(semaphore) == KIND_SEMAPHORE &&
+           (RaiseAtOnce(*slot, semaphore) || RaiseCount(*slot, semaphore));
 }
 
 bool SetEvent(Handle event) {
-    Slot* const slot = FindOf(KIND_EVENT, event);
-    return slot != nullptr && SetEventOf(*slot, event);
+    Slot* const slot = FindEvent(event);
+    return slot != nullptr && (SetAtOnce(*slot, event) || SetEventOf(*slot, event));
 }
 
 bool ResetEvent(Handle event) {
-    Slot* const slot = FindOf(KIND_EVENT, event);
+    Slot* const slot = FindEvent(event);
     return slot != nullptr && ResetEventOf(*slot, event);
 }
 
