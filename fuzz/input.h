@@ -46,13 +46,6 @@ std::basic_string<Char> ToText(const Bytes& bytes) {
     return text;
 }
 
-/// Up to `most` characters from the start of the input.
-template <class Char>
-std::basic_string<Char> TakeText(FuzzedDataProvider& input, std::size_t most) {
-    const auto count = input.ConsumeIntegralInRange<std::size_t>(0, most);
-    return ToText<Char>(input.ConsumeBytes<unsigned char>(count * sizeof(Char)));
-}
-
 /// Mostly a tag, sometimes a number that is none.
 inline MultiType::TYPE TakeTag(FuzzedDataProvider& input) {
     const auto choice = input.ConsumeIntegralInRange<int>(-1, 16);

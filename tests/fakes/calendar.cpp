@@ -1,6 +1,8 @@
 #include "tests/fakes/calendar.h"
 
+#include "utilities/locks/registry_internal.h"
 #include "utilities/platform/calendar.h"
+#include "utilities/platform/currentthread.h"
 #include "utilities/runtime/random.h"
 
 namespace platform {
@@ -19,8 +21,15 @@ auto Take(auto& list) {
     return first;
 }
 
-const tm* Convert(char call, int daylight) {
+/// A call that nothing keeps apart from others ends with '!'.
+void Note(char call) {
     calendar.calls += call;
+    if (MutexDbgList[0].Owner != GetCurrentThreadId())
+        calendar.calls += '!';
+}
+
+const tm* Convert(char call, int daylight) {
+    Note(call);
     if (calendar.changing != nullptr)
         ++*calendar.changing;
     record = {};
@@ -41,7 +50,7 @@ const tm* localtime(const std::int32_t*) { return Convert('l', 1); }
 const tm* gmtime(const std::int32_t*) { return Convert('g', calendar.gmDaylight); }
 
 std::int32_t mktime(tm* fields) {
-    calendar.calls += fields->tm_isdst == 0 ? 'm' : 'M';
+    Note(fields->tm_isdst == 0 ? 'm' : 'M');
     const std::int32_t seconds = Take(calendar.seconds);
     timezoneInUse = Take(calendar.zones);
     if (seconds != -1)
@@ -54,7 +63,7 @@ std::int32_t mktime(const tm& fields) {
     return platform::mktime(&copy);
 }
 
-void _tzset() { calendar.calls += 'z'; }
+void _tzset() { Note('z'); }
 std::int32_t _timezone() { return timezoneInUse; }
 
 }  // namespace platform

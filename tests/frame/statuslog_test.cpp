@@ -11,6 +11,7 @@ TEST(StatusLog, KeepsWhatTheLastRunLeftAndFailsSilently) {
     const std::string start("Start", 6), current = "vy-current-status",
                                          lastStop = "vy-last-stop-status";
     const ScratchWorkingDirectory folder;
+    const auto descriptors = OpenDescriptors();
     VYStatusLogStart();
     EXPECT_FALSE(exists(lastStop));
     for (const char* text : {"one", "", "two"})
@@ -37,4 +38,5 @@ TEST(StatusLog, KeepsWhatTheLastRunLeftAndFailsSilently) {
     VYStatusLogWrite("text");
     VYStatusLogAppend("text");
     EXPECT_TRUE(is_directory(current));
+    EXPECT_EQ(OpenDescriptors(), descriptors);
 }

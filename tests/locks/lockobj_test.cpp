@@ -225,6 +225,16 @@ TEST(EventLock, ResetsItselfUnlessToldOtherwise) {
     }
 }
 
+TEST(Locks, GiveTheirHandlesBack) {
+    for (int round = 0; round < 300'000; ++round) {
+        MutexLock mutex("passing");
+        SemaphoreLock semaphore(1, 1);
+        const EventLock event(true, true);
+        ASSERT_TRUE(mutex.TryLock(0)) << round;
+        mutex.Unlock();
+    }
+}
+
 TEST(Locks, BeyondThePlatformsHandlesStayUsableWithoutEffect) {
     std::deque<EventLock> all;
     while (all.emplace_back(true, true).Wait(0))

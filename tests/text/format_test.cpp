@@ -133,6 +133,11 @@ TEST(Format, ConvertsTextInWholeCharacters) {
         EXPECT_EQ(Formatted(WString(format).c_str(), "é€😀z"), wide) << format;
     }
     EXPECT_EQ(Formatted(u"%.1S", "a\xFF"), u"a");
+    std::string mixed;
+    for (int i = 0; i < 30; ++i)
+        mixed += "€";
+    EXPECT_EQ(Formatted(u"%.40S", (mixed + std::string(20, 'x')).c_str()),
+              std::u16string(30, u'€') + std::u16string(10, u'x'));
     EXPECT_EQ(Formatted(u"%C", 0xC3) + Formatted(u"%C", 0xFF), u"keptkept");
     EXPECT_EQ(Formatted("%C", 0xD83D) + Formatted("%C", 0xDE00), "keptkept");
     EXPECT_EQ(Formatted("%s%hs%ls%hS%lS", "a", "b", u"é", "c", u"d"), "abécd");

@@ -114,6 +114,21 @@ TEST(Conversion, EndsAfterTheLastWholeCharacterThatFits) {
     EXPECT_EQ(String(u"€€€€\xD800"s), "€€€€") << "nothing is looked at beyond the end";
 }
 
+TEST(Conversion, MeetsEachPlaceOfABlock) {
+    const ScopedLocale locale("C.utf8");
+    for (std::size_t length = 0; length < 20; ++length) {
+        const Narrow ended = Narrow(length, 'a') + '\0' + Narrow(20, 'b');
+        EXPECT_EQ(WString(ended), Wide(length, u'a'));
+        EXPECT_EQ(String(Wide(ended.begin(), ended.end())), Narrow(length, 'a'));
+    }
+    for (std::size_t length = 505; length < 620; ++length) {
+        const Wide wide = Wide(length, u'a') + u"😀é";
+        const Narrow narrow = Narrow(length, 'a') + "😀é";
+        EXPECT_EQ(WString(narrow), wide);
+        EXPECT_EQ(String(wide), narrow);
+    }
+}
+
 TEST(Subsets, AreJudgedByValueUpToTheFirstNul) {
     const std::tuple<Wide, Narrow, Narrow> rows[] = {{u"", "", ""},
                                                      {u"a\0\u0080"s, "a", "a"},

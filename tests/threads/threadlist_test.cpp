@@ -64,21 +64,3 @@ TEST(ThreadList, KeepsTheOrderOfStartsUntilItIsDeleted) {
     for (Waiting& thread : threads)
         thread.End();
 }
-
-TEST(ThreadList, IsWalkedWhileFiftyThreadsStartAndEnd) {
-    ThreadList::deleteInstance();
-    std::deque<SystemThread> threads;
-    for (int i = 0; i < 50; ++i)
-        threads.emplace_back("walked", [](SystemThread*) { return 3u; });
-    for (int round = 0; round < 10; ++round) {
-        for (SystemThread& thread : threads)
-            ASSERT_TRUE(thread.Create(false, round));
-        for (const std::string& name : Names())
-            EXPECT_TRUE(name == "walked" || name.empty());
-        for (SystemThread& thread : threads) {
-            thread.WaitForThreadExit(0xFFFFFFFF);
-            EXPECT_EQ(thread.getExitCode(), 3u);
-        }
-    }
-    EXPECT_EQ(Names(), Texts());
-}

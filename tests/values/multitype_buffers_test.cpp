@@ -98,6 +98,15 @@ TEST(Buffers, ReadAsAnotherTypeOrRefuseIt) {
     EXPECT_EQ(std::tuple(size, id), std::tuple(0u, 0u));
 }
 
+TEST(Buffers, ABlockOfNoDataIsZeroAlsoInUsedMemory) {
+    for (const unsigned int size : {1u, 8u, 100u, 5000u}) {
+        const std::string used(size, 'x');
+        MultiType value(size, used.data(), 1);
+        value = MultiType(size, nullptr, 1);
+        EXPECT_EQ(value.GetAs<String>(), std::string(size, '\0'));
+    }
+}
+
 TEST(Buffers, TheBufferMayBeTheValuesOwn) {
     const std::string form = "abc\0\0"s;
     for (const MultiType& held : {MultiType(0x00636261), MultiType(6, form.c_str(), 1),

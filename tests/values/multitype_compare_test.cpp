@@ -27,6 +27,7 @@ TEST(Equality, MeetsInTheCommonTypeInBothOrders) {
         EXPECT_EQ(a == b, equal);
         EXPECT_EQ(b == a, equal);
     }
+    EXPECT_TRUE(MultiType("9007199254740992") == MultiType(9007199254740993ll)) << "as a double";
 }
 
 TEST(Equality, OfNumbersIsThatOfTheirValues) {
@@ -35,17 +36,16 @@ TEST(Equality, OfNumbersIsThatOfTheirValues) {
         {9223372036854775807ull, "9223372036854775807"},
         {"-1.0", "-1"},
         {u"-1.0", "-1"},
-        {u"-1", "-1"},
         {"1.0", "1"},
         {u"1.0", "1"},
         {1.0000001, "a little more than 1"},
         {"127.0", "127"},
         {u"127.0", "127"},
         {127.0000001, "a little more than 127"}};
-    for (const std::string text :
-         {"0", "1", "-1", "127", "128", "-128", "255", "32767", "65535", "2147483647", "2147483648",
-          "4294967295", "9223372036854775807", "-9223372036854775808"}) {
-        for (int tag = MultiType::TYPE_BOOL; tag <= MultiType::TYPE_STRING; ++tag) {
+    for (const std::string text : {"0", "0.5", "1", "1.5", "1.75", "-1", "127", "128", "-128",
+                                   "255", "32767", "65535", "2147483647", "2147483648",
+                                   "4294967295", "9223372036854775807", "-9223372036854775808"}) {
+        for (int tag = MultiType::TYPE_BOOL; tag <= MultiType::TYPE_WSTRING; ++tag) {
             MultiType value;
             value.SetTyped(text, static_cast<MultiType::TYPE>(tag));
             // Of every type that holds it; long ones not as a text, which reads as a double.
@@ -79,6 +79,21 @@ TEST(Compare, ReadsBothAsTheTypeThatTheCallerNames) {
         EXPECT_EQ(MultiType::compare(row.b, row.a, type), -row.result);
         EXPECT_EQ(MultiType::compare(row.a, row.a, type), 0);
     }
+}
+
+TEST(Compare, OrdersTwoValuesOfEachTypeThatIsHeld) {
+    for (int tag = MultiType::TYPE_BOOL; tag <= MultiType::TYPE_WSTRING; ++tag) {
+        const auto type = static_cast<MultiType::TYPE>(tag);
+        MultiType lower, higher;
+        lower.SetTyped("0", type);
+        higher.SetTyped("1", type);
+        EXPECT_EQ(MultiType::compare(lower, higher, type), -1) << tag;
+        EXPECT_EQ(MultiType::compare(higher, lower, type), 1) << tag;
+        EXPECT_EQ(MultiType::compare(higher, higher, type), 0) << tag;
+        EXPECT_FALSE(lower == higher) << tag;
+    }
+    const MultiType withNul(String("a\0b", 3));
+    EXPECT_EQ(MultiType::compare(withNul, String("a\0c", 3), MultiType::TYPE_STRING), -1);
 }
 
 TEST(Compare, ReportsWhatIsNoWayToCompare) {

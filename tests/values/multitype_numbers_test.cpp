@@ -67,6 +67,8 @@ TEST(Numbers, ReadAsEveryTarget) {
         {4294967294.5, "1 max max max 4294967295 max max max 4294967295 4.29497e+09 4.29497e+09"},
         {9223372036854774784.0,
          "1 max max max 9223372036854774784 max max max 4294967295 9.22337e+18 9.22337e+18"},
+        {9223372036854775808.0, "1 max max max max max max max 4294967295 9.22337e+18 9.22337e+18"},
+        {8388609.0f, "1 max max 8388609 8388609 max max 8388609 8388609 8.38861e+06 8.38861e+06"},
         {4e38, "1 max max max max max max max 4294967295 max 4e+38"},
         {-4e38, "1 min min min min 0 0 0 0 min -4e+38"},
         {HUGE_VAL, "1 max max max max max max max 4294967295 max inf"},

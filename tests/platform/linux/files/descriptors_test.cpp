@@ -9,28 +9,10 @@
 #include "utilities/platform/files.h"
 #include "utilities/platform/mapping.h"
 #include "utilities/platform/outputfile.h"
-#include "utilities/platform/process.h"
-#include "utilities/platform/waitable.h"
 
 namespace {
 
 using namespace platform;
-
-TEST(Descriptors, RefuseWhatIsTooLongOrNotOpen) {
-    const ScratchDirectory scratch;
-    const int file = _open((scratch / "file").c_str(), _O_RDWR | _O_CREAT, 0600);
-    ASSERT_GE(file, 0);
-    char byte = 0;
-    EXPECT_EQ(ReadAt(file, &byte, 0x80000000, 0), -1);
-    EXPECT_EQ(WriteAt(file, &byte, 0x80000000, 0), -1);
-    EXPECT_EQ(GetLength(file), 0);
-    EXPECT_EQ(_locking(file, _LK_LOCK, 0, 0), 0);
-    EXPECT_EQ(_close(file), 0);
-    EXPECT_EQ(_close(file), -1);
-    EXPECT_EQ(_locking(file, _LK_LOCK, 0, 0), -1);
-    EXPECT_EQ(_locking(file, _LK_LOCK, 1, 0), -1);
-    EXPECT_EQ(GetLength(file), -1);
-}
 
 TEST(Descriptors, LeaveTheStandardOnesFree) {
     const ScratchDirectory scratch;
@@ -59,14 +41,6 @@ TEST(Descriptors, OpenBesideAnotherProgramThatHoldsTheFile) {
     EXPECT_GE(file, 0);
     EXPECT_EQ(_close(file), 0);
     close(foreign);
-}
-
-TEST(Processes, ThatTheSystemHasForgottenHaveEnded) {
-    Process process;
-    EXPECT_EQ(WaitForSingleObject(process, INFINITE), WAIT_OBJECT_0);
-    TerminateProcess(process);
-    CloseHandle(process);
-    EXPECT_LT(process.descriptor, 0);
 }
 
 }  // namespace

@@ -279,7 +279,8 @@ struct Place {
 /// In a process of its own, as what is lost is lost for the whole process.
 int StopOften(const Place& place, bool kills) {
     std::signal(SIGUSR1, OnClientsSignal);
-    dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+    for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
+        dup2(open("/dev/null", O_WRONLY), stream);
     for (int round = 0; round < 10; ++round) {
         alarm(20);
         const long before = steps;
@@ -301,6 +302,7 @@ int StopOften(const Place& place, bool kills) {
 TEST(Threads, AStopLeavesTheCLibraryToOthers) {
     static constexpr Place PLACES[] = {
         {"output", CallAndCount<[] { std::printf("%d\n", 5); }>},
+        {"error output", CallAndCount<[] { std::fprintf(stderr, "%d\n", 5); }>},
         {"loader", CallAndCount<[] { dlclose(dlopen("libutil.so.1", RTLD_NOW)); }>},
         {"calendar", CallAndCount<[] {
              const std::time_t now = 1;

@@ -24,8 +24,10 @@
 #include "tests/support/platform_zone.h"
 #include "utilities/platform/linux/time/zonefile.h"
 
-/// Unless 0, the present time, and what `stat` stores as the last change of the file.
+/// Unless 0, the present time, and what `stat` stores as the last change of the file and as its
+/// number.
 static std::time_t otherTime = 0, otherChange = 0;
+static ino_t otherNumber = 0;
 
 extern "C" std::time_t time(std::time_t*) noexcept {
     return otherTime != 0 ? otherTime : syscall(SYS_time, nullptr);
@@ -47,6 +49,8 @@ extern "C" int stat(const char* path, struct stat* status) noexcept {
     const int result = fstatat(AT_FDCWD, path, status, 0);
     if (otherChange != 0)
         status->st_mtim.tv_sec = otherChange;
+    if (otherNumber != 0)
+        status->st_ino = otherNumber;
     if (const auto happens = std::exchange(atStat, nullptr))
         happens();
     return result;
@@ -115,6 +119,7 @@ TEST(Calendar, StandardTimeIsReadWithTheOneInForce) {
         {"Europe/Dublin", 2021, 1, 1, 12, -3600},   {"Europe/Moscow", 2012, 1, 0, 8, -14'400},
         {"Europe/Moscow", 2010, 12, 1, 8, -10'800}, {"Europe/Berlin", 1980, 1, 1, 10, -3600},
         {"Europe/Moscow", 1991, 7, 0, 10, -7200},   {"Asia/Tokyo", 2021, 7, 1, 3, -32'400},
+        {"Asia/Pyongyang", 2016, 7, 0, 3, -30'600}, {"Asia/Pyongyang", 2014, 7, 0, 3, -32'400},
         {"abc5def", 2021, 3, -1, 17, 18'000},       {"abc5def", 2021, 11, -1, 16, 18'000}};
     for (const auto& [zone, year, month, daylight, hourInGMT, timezone] : CASES) {
         SetZone(zone);
@@ -142,10 +147,16 @@ TEST(Calendar, TheZoneChangesWhenItIsReadAnewOnly) {
     unsetenv("TZ");
     const std::time_t summer = SUMMER;
     // The file is looked at once a second.
-    for (const auto& [now, change, isReadAnew] :
-         {std::tuple(1, 1, true), {1, 2, false}, {2, 2, true}, {3, 2, false}, {0, 0, true}}) {
+    const struct {
+        int now, change;
+        ino_t number;
+        bool isReadAnew;
+    } STEPS[] = {{1, 1, 0, true}, {1, 2, 0, false}, {2, 2, 0, true}, {3, 2, 0, false},
+                 {4, 2, 7, true}, {5, 2, 7, false}, {0, 0, 0, true}};
+    for (const auto& [now, change, number, isReadAnew] : STEPS) {
         otherTime = now;
         otherChange = change;
+        otherNumber = number;
         reads = 0;
         platform::_tzset();
         EXPECT_EQ(reads > 0, isReadAnew) << "for the system's zone, changed at " << change;
