@@ -296,10 +296,12 @@ UTILITIES_INLINE String::~String() = default;
 UTILITIES_INLINE WString::WString() = default;
 UTILITIES_INLINE WString::~WString() = default;
 
-/// A text hashes as the standard string that it is.
+// A text hashes as the standard string that it is.
+/// @cond
 template <>
 struct std::hash<String> : std::hash<std::basic_string<char>> {};
 template <>
 struct std::hash<WString> : std::hash<std::basic_string<WideChar>> {};
+/// @endcond
 
 #endif

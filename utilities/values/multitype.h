@@ -92,11 +92,13 @@ public:
     MultiType(const String& text);
     MultiType(const WString& text);
     MultiType(const WideChar* text);
-    UTILITIES_LOCAL MultiType(String&& text) : m_v{}, m_type(TYPE_STRING) {
-        m_v.str = new String(std::move(text));
+    UTILITIES_LOCAL MultiType(String&& text) : MultiType("") {
+        if (m_v.str != nullptr)
+            m_v.str->swap(text);
     }
-    UTILITIES_LOCAL MultiType(WString&& text) : m_v{}, m_type(TYPE_WSTRING) {
-        m_v.wstr = new WString(std::move(text));
+    UTILITIES_LOCAL MultiType(WString&& text) : MultiType(u"") {
+        if (m_v.wstr != nullptr)
+            m_v.wstr->swap(text);
     }
 
     /// The same for the standard types: `long` and `unsigned long`, and so `std::int64_t`,
