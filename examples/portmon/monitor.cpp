@@ -1,6 +1,7 @@
 #include "monitor.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <stdexcept>
 
 #include "interrupt.h"
@@ -14,7 +15,7 @@ constexpr std::size_t SENT_AT_ONCE = 256;  // Bytes, which a device with space t
 constexpr unsigned int LONG_WITHOUT_SENDING = 1000;  // Milliseconds.
 constexpr char LINE_END[] = "\r\n";
 
-[[noreturn]] void Fail(const String& device, const char* reason) {
+[[noreturn]] void Fail(const String& device, const String& reason) {
     throw std::runtime_error(Escaped(device) + ": " + reason);
 }
 
@@ -27,7 +28,7 @@ Monitor::Monitor(const String& devicePath, const LineSettings& settings, bool in
     SetSerialDevice(PORT, m_Device.c_str());
     const auto& [baud, parity, dataBits, stopBits, hasHandshake] = settings;
     if (!m_Port.Open(PORT, baud, parity, dataBits, stopBits))
-        Fail(m_Device, "missing, no serial port, or in use");
+        Fail(m_Device, ReasonOf(errno));
     // `Open` doesn't tell whether the device took the settings.
     if (!m_Port.SetPortA(baud, parity, dataBits, stopBits))
         Fail(m_Device, "doesn't take these settings");
@@ -68,6 +69,8 @@ void Monitor::Receive() {
     const unsigned long size = m_Port.RxBuffer(bytes, sizeof bytes, nullptr);
     if (size != 0)
         m_Arrivals.Add({bytes, bytes + size});
+    else if (errno != EAGAIN)
+        Fail(m_Device, ReasonOf(errno));
     m_Arrivals.ShowOld();
 }
 
@@ -94,6 +97,8 @@ void Monitor::Send() {
         m_Outgoing.erase(0, size);
         return;
     }
+    if (errno != EAGAIN)
+        Fail(m_Device, ReasonOf(errno));
     m_Outgoing.clear();  // How much of it went out isn't known.
     ShowRow(MARK_STATE, "the line is held: not all was sent");
     ShowState();

@@ -1,6 +1,7 @@
 """Runs the port monitor, whose path is the first argument, on pseudo-terminals."""
 
 import datetime
+import errno
 import os
 import pty
 import signal
@@ -89,9 +90,9 @@ class PortMonitor(unittest.TestCase):
     def test_says_in_one_line_why_it_ends(self):
         first = self.start(self.device)
         self.expect_rows(first, IDLE)
-        for device in (self.device, "/dev/null", "/missing"):
-            self.expect_end(self.start(device), 1,
-                            f"portmon: {device}: missing, no serial port, or in use\n")
+        for device, reason in ((self.device, errno.EBUSY), ("/dev/null", errno.ENOTTY),
+                               ("/missing", errno.ENOENT)):
+            self.expect_end(self.start(device), 1, f"portmon: {device}: {os.strerror(reason)}\n")
         os.close(self.side)
         self.expect_end(first, 1, f"portmon: {self.device}: has gone\n")
         for arguments, status in (("", 2), ("--fast", 2), ("more", 2), ("--parity NO", 2),

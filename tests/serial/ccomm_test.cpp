@@ -230,7 +230,7 @@ TEST_F(Port, AcceptsTheDocumentedRatesParitiesAndStopBits) {
     const auto expect = [this](bool isKnown, long baud, char letter, const std::string& text) {
         OpenLine();
         EXPECT_EQ(baud != 9600 ? comm.SetBaud(baud) : comm.SetParity(letter), isKnown);
-        EXPECT_EQ(comm.SetPortA(baud, letter, 8, 1), isKnown);
+        EXPECT_EQ(comm.SetPortA(baud, letter, 8, 1) ? 0 : errno, isKnown ? 0 : EINVAL);
         EXPECT_EQ(Log(), isKnown ? text + text : "") << baud << letter;
     };
     for (const auto& [baud, stored] : BAUDS)
@@ -255,7 +255,9 @@ TEST_F(Port, AcceptsTheDocumentedRatesParitiesAndStopBits) {
                 {1200, 'E', 6, 3, "", "50 6E1; "}};
     for (const auto& [baud, parity, dataBits, stopBits, set, later] : ROWS) {
         OpenLine();
-        EXPECT_EQ(comm.SetPortA(baud, parity, dataBits, stopBits), *set != '\0') << later;
+        EXPECT_EQ(comm.SetPortA(baud, parity, dataBits, stopBits) ? 0 : errno,
+                  *set != '\0' ? 0 : EINVAL)
+            << later;
         EXPECT_EQ(comm.SetBaud(50), *later != '\0') << later;
         EXPECT_EQ(Log(), std::string(set) + later);
         simulated.refusesSettings = true;
@@ -393,10 +395,15 @@ TEST_F(Port, PassesBytesOfATerminal) {
 }
 
 TEST_F(Port, OpensOnlyATerminalThatIsNotInUse) {
-    for (const char* path : {"/dev/null", "/missing", "", "/tmp", "/proc/self/exe"}) {
+    const std::pair<const char*, int> PATHS[] = {{"/dev/null", ENOTTY}, {"/missing", ENOENT},
+                                                 {"", ENOENT},          {"/tmp", EISDIR},
+                                                 {device.c_str(), 0},   {device.c_str(), EBUSY}};
+    for (const auto& [path, reason] : PATHS) {
         SetSerialDevice(PORT + 1, path);
-        EXPECT_FALSE(comm.Open(PORT + 1, 9600, 'N', 8, 1)) << path;
+        CComm& port = reason == 0 ? other : comm;
+        EXPECT_EQ(port.Open(PORT + 1, 9600, 'N', 8, 1) ? 0 : errno, reason) << path;
     }
+    other.Close();
     SetSerialDevice(PORT + 1, device.c_str());
     for (const bool isOpen : {true, false, true}) {
         EXPECT_EQ(isOpen ? Open(comm) : (comm.Close(), false), isOpen);
@@ -457,28 +464,32 @@ TEST_F(Port, IsOpenedAndClosedBesideAnother) {
 }
 
 TEST_F(Port, FailsAsDocumentedAfterTheDeviceIsGoneOrClosedByACopy) {
-    const auto expectFailure = [this](CComm& port, bool isOpen) {
+    const auto expectFailure = [this](CComm& port, bool isOpen, int reason) {
+        const auto fails = [reason](auto result) {
+            return result == 0 && std::exchange(errno, 0) == reason;
+        };
         EXPECT_EQ(port.IsPortOpen(), isOpen);
-        EXPECT_EQ(port.RxSize() + port.TxSize(), 0);
-        EXPECT_EQ(port.RxBuffer(buffer, 4, nullptr) + port.TxBuffer(buffer, 4, false), 0u);
-        EXPECT_FALSE(port.SetPortA(300, 'N', 8, 1) || port.SetBaud(300) || port.SetParity('N'));
-        EXPECT_FALSE(port.GetCd() || port.GetCTS());
+        EXPECT_TRUE(fails(port.RxSize()) && fails(port.TxSize()));
+        EXPECT_TRUE(fails(port.RxBuffer(buffer, 4, nullptr)));
+        EXPECT_TRUE(fails(port.TxBuffer(buffer, 4, false)));
+        EXPECT_TRUE(fails(port.SetPortA(300, 'N', 8, 1)) && fails(port.SetBaud(300)));
+        EXPECT_TRUE(fails(port.SetParity('N')) && fails(port.GetCd()) && fails(port.GetCTS()));
         port.ClearRXBuffer();
         port.UseRtsCts(true);
         EXPECT_EQ(port.TxBuffer(buffer, 0, false), 1u);
     };
-    expectFailure(comm, false);
+    expectFailure(comm, false, EBADF);
     ASSERT_TRUE(Open(comm));
     CComm copy(comm);
     other = copy;
     EXPECT_TRUE(other.SetParity('N'));
     ASSERT_TRUE(Open(comm));  // The next port, on the descriptor of the one before.
     Arrive(comm, "data");
-    expectFailure(other, true);
+    expectFailure(other, true, EBADF);
     copy.Close();
     EXPECT_EQ(comm.RxSize(), 4);
     close(std::exchange(side, -1));
-    expectFailure(comm, true);
+    expectFailure(comm, true, EIO);
     EXPECT_FALSE(Open(comm) || comm.IsPortOpen());
 }
 

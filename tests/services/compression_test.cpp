@@ -106,29 +106,31 @@ TEST_F(Compression, TrustsTheProgramAndFailsIfItCannotRunOrWrite) {
         unsigned mode;  // The program's.
         std::string report;
         const char* content;  // Of a regular result.
+        int reason;           // Of a failure.
     } CASES[] = {
-        {"b", "", 0644, REPORT + MISSING, nullptr},
-        {"b", "exit 1", 0755, "", ""},
-        {"b", "echo part; kill -9 $$", 0755, "", "part\n"},
-        {"b", "rm b.gz", 0755, MISSING, nullptr},
-        {"b", "trap '' TERM INT; exec sleep 1000", 0755, REPORT + MISSING, nullptr},
-        {"b", "exec sleep 1001", 0755, REPORT + MISSING, nullptr},  // Can't end.
-        {"b", "exec removing", 0755, REPORT + MISSING, nullptr},
+        {"b", "", 0644, REPORT + MISSING, nullptr, EACCES},
+        {"b", "exit 1", 0755, "", "", 0},
+        {"b", "echo part; kill -9 $$", 0755, "", "part\n", 0},
+        {"b", "rm b.gz", 0755, MISSING, nullptr, 0},
+        {"b", "trap '' TERM INT; exec sleep 1000", 0755, REPORT + MISSING, nullptr, ETIMEDOUT},
+        {"b", "exec sleep 1001", 0755, REPORT + MISSING, nullptr, ETIMEDOUT},  // Can't end.
+        {"b", "exec removing", 0755, REPORT + MISSING, nullptr, EBUSY},
         // Its own child outlives it and keeps the output open as long as this test runs.
-        {"b", "(while [ -e gzip ]; do sleep 0.01; done) & echo done", 0755, "", "done\n"},
-        {"folder", "", 0755, REPORT, nullptr},
-        {"pipe", "", 0755, REPORT, nullptr},  // Without a reader.
-        {"full", "echo", 0755, "", nullptr},
-        {"full", "", 0644, REPORT + MISSING, nullptr},  // The link goes, not the device.
-        {"missing/b", "", 0755, REPORT + MISSING, nullptr},
-        {"folder.gz/b", "", 0755, REPORT + MISSING, nullptr},  // Without rights.
+        {"b", "(while [ -e gzip ]; do sleep 0.01; done) & echo done", 0755, "", "done\n", 0},
+        {"folder", "", 0755, REPORT, nullptr, EISDIR},
+        {"pipe", "", 0755, REPORT, nullptr, ENXIO},  // Without a reader.
+        {"full", "echo", 0755, "", nullptr, 0},
+        {"full", "", 0644, REPORT + MISSING, nullptr, EACCES},  // The link goes, not the device.
+        {"missing/b", "", 0755, REPORT + MISSING, nullptr, ENOENT},
+        {"folder.gz/b", "", 0755, REPORT + MISSING, nullptr, EACCES},  // Without rights.
     };
     fs::create_directory("folder.gz");
     fs::create_symlink("/dev/full", "full.gz");
     mkfifo("pipe.gz", 0666);
+    fs::permissions("pipe.gz", fs::perms(0666));
     fs::permissions("folder.gz", fs::perms(0555));
     fs::permissions(".", fs::perms(0777));
-    for (const auto& [destination, script, mode, report, content] : CASES) {
+    for (const auto& [destination, script, mode, report, content, reason] : CASES) {
         Install(script);
         if (mode != 0755)
             setenv("PATH", folder.c_str(), 1);  // Without the real program.
@@ -140,8 +142,8 @@ TEST_F(Compression, TrustsTheProgramAndFailsIfItCannotRunOrWrite) {
         isRemoving = std::strstr(script, "removing") != nullptr;
         const uid_t user = geteuid();
         EXPECT_TRUE(user != 0 || seteuid(65534) == 0);
-        EXPECT_EQ(ReportOf([&, name = destination] {
-                      EXPECT_EQ(*ZIP("a", name, true) == '\0', report.find(REPORT) == 0) << name;
+        EXPECT_EQ(ReportOf([&, name = destination, expected = reason] {
+                      EXPECT_EQ(*ZIP("a", name, true) == '\0' ? errno : 0, expected) << name;
                   }),
                   report)
             << script;

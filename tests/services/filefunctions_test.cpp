@@ -1,5 +1,8 @@
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cerrno>
+
 #include "tests/support/compression.h"
 #include "utilities/services/filefunctions.h"
 
@@ -11,24 +14,24 @@ TEST_F(FileFunctions, TellWhatExistsAndRemoveAllButDirectories) {
     const struct {
         const char* name;
         mode_t type;  // 0: IsFileExisting is false.
-        int removed;
+        int reason;   // Why it isn't removed, 0 if it is.
     } CASES[] = {{"file", S_IFREG, 0},
                  {"file/", S_IFREG, 0},
                  {"file\\", S_IFREG, 0},
-                 {"file//", 0, -1},
-                 {"file\\/", 0, -1},
-                 {"folder", S_IFDIR, -1},
-                 {"folder\\", S_IFDIR, -1},
-                 {"folder//", S_IFDIR, -1},
+                 {"file//", 0, ENOTDIR},
+                 {"file\\/", 0, ENOENT},
+                 {"folder", S_IFDIR, EISDIR},
+                 {"folder\\", S_IFDIR, EISDIR},
+                 {"folder//", S_IFDIR, EISDIR},
                  {"link/", S_IFDIR, 0},
                  {"broken", 0, 0},
                  {"device", S_IFCHR, 0},
                  {"fifo", S_IFIFO, 0},
-                 {"missing", 0, -1},
-                 {"", 0, -1},
-                 {"/", 0, -1},
-                 {"//", S_IFDIR, -1}};
-    for (const auto& [name, type, removed] : CASES) {
+                 {"missing", 0, ENOENT},
+                 {"", 0, ENOENT},
+                 {"/", 0, ENOENT},
+                 {"//", S_IFDIR, EISDIR}};
+    for (const auto& [name, type, reason] : CASES) {
         const auto populate = [] {
             WriteFile("file", "text");
             fs::create_directory("folder");
@@ -43,12 +46,15 @@ TEST_F(FileFunctions, TellWhatExistsAndRemoveAllButDirectories) {
         EXPECT_EQ(IsFileExisting(name, &info), type != 0) << name;
         EXPECT_TRUE(type == 0 || (info.st_mode & S_IFMT) == type) << name;
         EXPECT_EQ(IsDirectoryExisting(name), type == S_IFDIR) << name;
-        EXPECT_EQ(RemoveFile(name), removed) << name;
+        EXPECT_TRUE(type == S_IFDIR || errno == (type != 0 ? ENOTDIR : std::max(reason, ENOENT)))
+            << name;
+        EXPECT_EQ(RemoveFile(name) == 0 ? 0 : errno, reason) << name;
         populate();
-        const bool assured = type == 0 || removed == 0;
+        const bool assured = type == 0 || reason == 0;
         bool existed = type == 0;
         EXPECT_EQ(ReportOf([&] { EXPECT_EQ(AssureFileRemoved(name, &existed), assured) << name; }),
                   assured ? "" : REPORT);
+        EXPECT_TRUE(assured || errno == reason) << name;
         EXPECT_EQ(existed, type != 0) << name;
         EXPECT_EQ(IsFileExisting(name, nullptr), !assured) << name;
     }

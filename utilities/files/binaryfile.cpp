@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/descriptors.h"
 #include "utilities/platform/filelocks.h"
 #include "utilities/platform/stopdeferral.h"
@@ -18,6 +19,11 @@ enum Result {
     RESULT_HEADER_LOCKED = -9,
     RESULT_RECORD_LOCKED = -10
 };
+
+int Refuse(Result result, int reason) {
+    errno = reason;
+    return result;
+}
 
 // By the number of the mode.
 constexpr int MODE_FLAGS[] = {
@@ -89,6 +95,7 @@ int BinaryFile::lockRecord(unsigned int record, bool mayWait) {
 void BinaryFile::unlockRecord() {
     if (!IsShared() || lockedRecord == 0)
         return;
+    const ScopedErrno untilUnlocked;
     platform::_locking(fileHandle, platform::_LK_UNLCK, recordSize, OffsetOf(lockedRecord));
     lockedRecord = 0;
 }
@@ -104,6 +111,7 @@ int BinaryFile::lockHeader() {
 void BinaryFile::unlockHeader() {
     if (!IsShared() || !headerLocked)
         return;
+    const ScopedErrno untilUnlocked;
     platform::_locking(fileHandle, platform::_LK_UNLCK, headerSize, 0);
     headerLocked = false;
 }
@@ -111,7 +119,7 @@ void BinaryFile::unlockHeader() {
 int BinaryFile::openFile(const std::string& name, E_BF_FILEMODE mode, E_BF_SHAREMODE share,
                          unsigned int sizeOfHeader) {
     if (isOpen() || name.empty())
-        return RESULT_NOT_TO_OPEN;
+        return Refuse(RESULT_NOT_TO_OPEN, isOpen() ? EBUSY : ENOENT);
     // All that needs memory comes before all that changes the object.
     Buffer buffer = MakeBuffer(sizeOfHeader);
     std::string newName(name);
@@ -157,7 +165,7 @@ int BinaryFile::readHeader() {
 
 int BinaryFile::writeHeader() {
     if (!IsForUpdate())
-        return RESULT_REFUSED;
+        return Refuse(RESULT_REFUSED, EBADF);
     if (lockHeader() != 0)
         return RESULT_HEADER_LOCKED;
     const int written = platform::WriteAt(fileHandle, headerBuffer.get(), headerSize, 0);
@@ -190,10 +198,12 @@ int BinaryFile::readFile(E_BF_READMODE mode) {
 }
 
 int BinaryFile::writeFile(unsigned int record) {
-    if (!IsForUpdate() || record == 0)
-        return RESULT_REFUSED;
+    if (!IsForUpdate())
+        return Refuse(RESULT_REFUSED, EBADF);
+    if (record == 0 || (record > recordCount && fileMode == BF_UPDATE))
+        return Refuse(RESULT_REFUSED, EINVAL);
     if (record > recordCount)
-        return fileMode == BF_EXTEND ? AddRecord() : int{RESULT_REFUSED};
+        return AddRecord();
     if (record != lockedRecord && lockRecord(record) != 0)
         return RESULT_RECORD_LOCKED;
     const int written =
@@ -214,7 +224,7 @@ int BinaryFile::AddRecord() {
             if (!end.MayMove())
                 return RESULT_RECORD_LOCKED;
             if (updateRecordCount() == MOST_RECORDS)
-                return RESULT_REFUSED;
+                return Refuse(RESULT_REFUSED, EFBIG);
             record = recordCount + 1;
             if (record == lockedRecord || lockRecord(record, false) == 0)
                 return WriteNewRecord(record);
@@ -243,7 +253,7 @@ int BinaryFile::writeCurrent() {
         case BF_CREATE:
             return AppendRecord();
         default:
-            return RESULT_REFUSED;
+            return Refuse(RESULT_REFUSED, EBADF);
     }
 }
 
@@ -255,7 +265,7 @@ int BinaryFile::AppendRecord() {
     if (isOpen() && IsShared())
         updateRecordCount();
     if (recordCount == MOST_RECORDS)
-        return RESULT_REFUSED;
+        return Refuse(RESULT_REFUSED, EFBIG);
     const int written =
         platform::AppendAt(fileHandle, recordBuffer.get(), recordSize, platform::AT_END);
     if (written == RESULT_SYSTEM) {
@@ -272,7 +282,7 @@ int BinaryFile::AppendRecord() {
 
 int BinaryFile::changeHeaderSize(unsigned int size) {
     if (isOpen() || size == 0)
-        return RESULT_NOT_TO_CHANGE;
+        return Refuse(RESULT_NOT_TO_CHANGE, isOpen() ? EBUSY : EINVAL);
     headerBuffer = MakeBuffer(size);
     headerSize = size;
     return RESULT_DONE;
@@ -280,7 +290,7 @@ int BinaryFile::changeHeaderSize(unsigned int size) {
 
 int BinaryFile::changeRecordSize(unsigned int size) {
     if (isOpen() || size == 0)
-        return RESULT_NOT_TO_CHANGE;
+        return Refuse(RESULT_NOT_TO_CHANGE, isOpen() ? EBUSY : EINVAL);
     recordBuffer = MakeBuffer(size);
     recordSize = size;
     return RESULT_DONE;

@@ -33,13 +33,16 @@
 ///   header or a record returns -9 or -10.
 /// - They end when the file is closed, and when the process ends, however that happens.
 ///
-/// **Results** below 0 are codes:
+/// **Results** below 0 are codes, and `errno` holds the reason:
 ///
-///     -1   the system could not open, read, write or close; `errno` holds its reason
-///     -2   openFile: the object is open already, or the name is empty
-///     -3   the mode forbids the write, or there can't be a record of that number
-///     -8   changeHeaderSize, changeRecordSize: the object is open, or the size is 0
-///     -9   another one had the lock on the header for 10 seconds, or it can't be taken
+///     -1   the system could not open, read, write or close: its reason. EINVAL for more than 2 GiB
+///     -2   openFile: the object is open already (EBUSY), or the name is empty (ENOENT)
+///     -3   the mode forbids the write (EBADF), or there can't be a record of that number (EINVAL;
+///          EFBIG beyond the last number)
+///     -8   changeHeaderSize, changeRecordSize: the object is open (EBUSY), or the size is 0
+///     (EINVAL) -9   another one had the lock on the header for 10 seconds (EAGAIN), or it can't be
+///     taken
+///          (the system's reason)
 ///     -10  the same for the lock on a record, or on the file's end
 ///
 /// On a closed object all but the sizes, `openFile` and `closeFile` fail as the system does, mostly

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <string>
 
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/mapping.h"
 
 namespace {
@@ -32,14 +33,19 @@ const Access& AccessOf(int mode) { return ACCESSES[std::min(mode & 3, 2)]; }
 platform::FileHandle Open(const char* path, const Access& access) {
     using namespace platform;
     FileHandle file = CreateFileA(path, access.file, access.share, OPEN_EXISTING);
-    if (file == InvalidHandleValue() && (access.file & GENERIC_WRITE) != 0)
-        file = CreateFileA(path, access.file, access.share, CREATE_NEW);
+    if (file != InvalidHandleValue() || (access.file & GENERIC_WRITE) == 0)
+        return file;
+    const int reason = errno;
+    file = CreateFileA(path, access.file, access.share, CREATE_NEW);
+    if (file == InvalidHandleValue() && errno == EEXIST)
+        errno = reason;
     return file;
 }
 
 /// Written as one text, so that no number base or width that is set in the stream changes it. The
 /// stream fails for good if it is given a null text.
 void ReportOpenFailure(const char* path) {
+    const ScopedErrno untilWritten;
     const std::string text = "error: " + std::to_string(platform::GetLastError()) +
                              " while open file: " + (path != nullptr ? path : "(null)");
     std::cout.write(text.data(), static_cast<std::streamsize>(text.size())) << std::endl;

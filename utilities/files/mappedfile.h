@@ -35,11 +35,16 @@ public:
     ///
     /// After a failure `getAddr` is null and nothing is open; a file that was created stays. An
     /// empty file can't be mapped. If the file can't be opened or created, a line on `std::cout`
-    /// says so, with the system's number for the reason.
+    /// says so, with the system's number for the last attempt's reason.
+    ///
+    /// `errno` then holds the reason: the system's, for which an existing file could not be opened,
+    /// a missing one created, or the memory had; EACCES also if share modes conflict and for a file
+    /// that mode 1 has opened; EINVAL for an empty file and, in mode 0, one of fewer than `minSize`
+    /// bytes; EAGAIN if another one had the file's end locked for 10 seconds.
     MappedFile(const char* path, int mode, std::uint32_t minSize);
 
     /// The same for a wider type of `minSize`. A value that doesn't fit into 32 bits is not cut: it
-    /// fails like an empty path.
+    /// fails like an empty path (ENOENT).
     template <typename Size, typename = std::enable_if_t<std::is_integral_v<Size> &&
                                                          (sizeof(Size) > sizeof(std::uint32_t))>>
     MappedFile(const char* path, int mode, Size minSize)
@@ -50,7 +55,7 @@ public:
     MappedFile& operator=(const MappedFile& other);
     virtual ~MappedFile();
 
-    /// The start of the memory, null if nothing is mapped.
+    /// The start of the memory, null if nothing is mapped; the constructor has left the reason.
     void* getAddr();
 
 private:

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/canceldeferral.h"
 #include "utilities/platform/clock.h"
 #include "utilities/platform/serial.h"
@@ -62,8 +63,9 @@ serial::COMSTAT StatusOf(void* port) {
     return status;
 }
 
-/// Must be the first call after a transfer that failed.
+/// Must be the first call after a transfer that failed, whose reason it keeps.
 void ClearErrorOf(void* port) {
+    const ScopedErrno untilCleared;
     if (serial::GetLastError() != serial::ERROR_IO_PENDING)
         StatusOf(port);
 }
@@ -139,11 +141,13 @@ bool CComm::IsPortOpen() { return portOpen == 1; }
 
 void* CComm::GetCommHandle() { return portHandle; }
 
+bool CComm::IsUsable() { return IsPortOpen() || FailWith(EBADF); }
+
 bool CComm::StoreBaud(long baud) {
     const auto fast = std::find_if(std::begin(FAST_BAUDS), std::end(FAST_BAUDS),
                                    [baud](const auto& rate) { return rate.requested == baud; });
     if (baud > HIGHEST_BAUD && fast == std::end(FAST_BAUDS))
-        return false;
+        return FailWith(EINVAL);
     portState.BaudRate = baud > HIGHEST_BAUD ? fast->stored : static_cast<std::uint32_t>(baud);
     return true;
 }
@@ -153,14 +157,14 @@ bool CComm::StoreParity(char parity) {
         std::begin(PARITIES), std::end(PARITIES),
         [parity](const auto& row) { return row.upper == parity || row.lower == parity; });
     if (found == std::end(PARITIES))
-        return false;
+        return FailWith(EINVAL);
     portState.Parity = found->stored;
     return true;
 }
 
 bool CComm::StoreStopBits(int stopBits) {
     if (stopBits != 1 && stopBits != 2)
-        return false;
+        return FailWith(EINVAL);
     portState.StopBits = stopBits == 1 ? serial::ONESTOPBIT : serial::TWOSTOPBITS;
     return true;
 }
@@ -169,7 +173,7 @@ bool CComm::IsAllSent() {
     const std::uint32_t start = platform::GetTickCount();
     while (StatusOf(portHandle).cbOutQue != 0) {
         if (platform::GetTickCount() - start >= SENT_MILLISECONDS)
-            return false;
+            return FailWith(ETIMEDOUT);
         platform::Sleep(1);
     }
     return true;
@@ -178,23 +182,26 @@ bool CComm::IsAllSent() {
 bool CComm::Apply() { return serial::SetCommState(portHandle, &portState); }
 
 bool CComm::SetPortA(long baud, char parity, int dataBits, int stopBits) {
-    if (!IsPortOpen() || !StoreBaud(baud))
+    if (!IsUsable() || !StoreBaud(baud))
         return false;
     portState.ByteSize = static_cast<unsigned char>(dataBits);
     return StoreParity(parity) && StoreStopBits(stopBits) && Apply();
 }
 
-bool CComm::SetBaud(long baud) { return IsPortOpen() && IsAllSent() && StoreBaud(baud) && Apply(); }
+bool CComm::SetBaud(long baud) { return IsUsable() && IsAllSent() && StoreBaud(baud) && Apply(); }
 
 bool CComm::SetParity(char parity) {
-    return IsPortOpen() && IsAllSent() && StoreParity(parity) && Apply();
+    return IsUsable() && IsAllSent() && StoreParity(parity) && Apply();
 }
 
 unsigned long CComm::RxBuffer(unsigned char* buffer, int length, bool*) {
-    const long waiting = RxSize();
-    if (waiting == 0 || length <= 0)
+    serial::COMSTAT status;
+    if (!IsUsable() || !serial::ClearCommError(portHandle, &status))
         return 0;
-    const auto count = static_cast<std::uint32_t>(std::min<long>(waiting, length));
+    errno = length > 0 ? EAGAIN : EINVAL;
+    if (status.cbInQue == 0 || length <= 0)
+        return 0;
+    const auto count = std::min(status.cbInQue, static_cast<std::uint32_t>(length));
     std::uint32_t done = 0;
     if (!serial::ReadFile(portHandle, buffer, count, &done))
         ClearErrorOf(portHandle);
@@ -204,7 +211,7 @@ unsigned long CComm::RxBuffer(unsigned char* buffer, int length, bool*) {
 unsigned long CComm::TxBuffer(unsigned char* buffer, int length, bool) {
     if (length <= 0)
         return 1;
-    if (!IsPortOpen())
+    if (!IsUsable())
         return 0;
     const auto size = static_cast<std::uint32_t>(length);
     // The system's own queue is longer.
@@ -215,17 +222,17 @@ unsigned long CComm::TxBuffer(unsigned char* buffer, int length, bool) {
     for (std::uint32_t sent = 0; sent < budget; sent += done) {
         if (!serial::WriteFile(portHandle, buffer + sent, budget - sent, &done)) {
             ClearErrorOf(portHandle);
-            break;
+            return 0;
         }
         if (done == 0 || platform::GetTickCount() - start >= SENT_MILLISECONDS)
             break;
     }
-    return done >= size ? 1 : 0;
+    return done >= size ? 1 : FailWith(EAGAIN);
 }
 
-long CComm::RxSize() { return IsPortOpen() ? long{StatusOf(portHandle).cbInQue} : 0; }
+long CComm::RxSize() { return IsUsable() ? long{StatusOf(portHandle).cbInQue} : 0; }
 
-long CComm::TxSize() { return IsPortOpen() ? long{StatusOf(portHandle).cbOutQue} : 0; }
+long CComm::TxSize() { return IsUsable() ? long{StatusOf(portHandle).cbOutQue} : 0; }
 
 void CComm::ClearRXBuffer() { serial::PurgeComm(portHandle, serial::PURGE_RXCLEAR); }
 

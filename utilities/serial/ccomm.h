@@ -22,6 +22,11 @@ UTILITIES_EXPORT void SetSerialDevice(int port, const char* path);
 /// of the process, and programs that the process starts don't inherit it.
 ///
 /// On a closed port a call returns what its comment says; a call without a result does nothing.
+///
+/// After false, or 0 for a failure, `errno` holds the reason: EBADF for a closed port, EINVAL for
+/// an argument that is refused or a setting that the device doesn't take, or the system's, such as
+/// EIO for a device that has vanished. It means nothing after any other result.
+///
 /// When a device vanishes or the line hangs up, the port stays open until `Close`, but nothing is
 /// received or sent any more and no setting is taken: bytes that were not read yet are lost, and so
 /// are those that were queued but not sent, although `TxBuffer` has returned 1 for them.
@@ -50,7 +55,8 @@ public:
     /// Opens port `port`, counted from 0, raises DTR and RTS and drops what was received before. An
     /// open port is closed first. The other arguments are those of `SetPortA`; if they are refused,
     /// the port is open nevertheless, with the line settings of the device. Returns true if the
-    /// port is open; false if the device doesn't exist, is not a terminal or is in use.
+    /// port is open; false if the device doesn't exist (ENOENT), is not a terminal (ENOTTY), is in
+    /// use (EBUSY) or can't be opened.
     bool Open(int port, long baud, char parity, int dataBits, int stopBits);
 
     /// Drops DTR and RTS, waits up to 2 seconds until the queued bytes are sent, drops the rest and
@@ -80,17 +86,18 @@ public:
     bool SetPortA(long baud, char parity, int dataBits, int stopBits);
 
     /// Set one parameter after all queued bytes are sent. Return as `SetPortA`, and false also if
-    /// they are not sent within 2 seconds.
+    /// they are not sent within 2 seconds (ETIMEDOUT).
     bool SetBaud(long baud);
     bool SetParity(char parity);
 
     /// Reads received bytes without waiting for more, at most `length`, into `buffer`. Returns
-    /// their number; 0 for a `length` below 1 and on a closed port. `flag` is not used.
+    /// their number; 0 if none waits (EAGAIN), for a `length` below 1 (EINVAL), on a closed port
+    /// and on failure. `flag` is not used.
     unsigned long RxBuffer(unsigned char* buffer, int length, bool* flag);
 
     /// Queues bytes for sending. At most 2048 bytes may be queued; what doesn't fit is not taken.
     /// Returns 1 if all `length` bytes were taken, or if `length` is below 1; 0 otherwise: queue
-    /// full, line held, error, port closed. `TxSize` tells how many are queued.
+    /// full or line held (EAGAIN), error, port closed. `TxSize` tells how many are queued.
     ///
     /// Each write waits up to 20 ms for a slow or held line. The first one that takes nothing is the
     /// last, and none begins after 2 seconds. The result is 1 only if one write took all bytes.
@@ -98,7 +105,8 @@ public:
     unsigned long TxBuffer(unsigned char* buffer, int length, bool flag);
 
     /// The number of received bytes that wait to be read, and of bytes queued for sending, without
-    /// those in the device's own buffers; 0 on a closed port.
+    /// those in the device's own buffers; 0 on a closed port and on failure, which can be told from
+    /// an empty queue by an `errno` that was 0 before.
     long RxSize();
     long TxSize();
 
@@ -126,6 +134,7 @@ public:
     bool GetOverrunError();
 
 private:
+    UTILITIES_LOCAL bool IsUsable();
     UTILITIES_LOCAL bool StoreBaud(long baud);
     UTILITIES_LOCAL bool StoreParity(char parity);
     UTILITIES_LOCAL bool StoreStopBits(int stopBits);

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "utilities/frame/assert_internal.h"
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/canceldeferral.h"
 #include "utilities/platform/descriptors.h"
 #include "utilities/platform/directories.h"
@@ -28,6 +29,7 @@ public:
     ~OutputFile() {
         if (m_Descriptor == -1)
             return;
+        const ScopedErrno untilClosed;
         // Deleted before the lock ends: afterwards it could be the file of another call.
         if (!m_IsKept)
             platform::DeleteFileA(m_Path);
@@ -52,6 +54,7 @@ public:
     RunningProgram(char* commandLine, int output)
         : m_IsStarted(platform::CreateProcessA(commandLine, output, m_Process)) {}
     ~RunningProgram() {
+        const ScopedErrno untilClosed;
         if (m_IsStarted && !m_HasEnded)
             platform::TerminateProcess(m_Process);
         platform::CloseHandle(m_Process);
@@ -61,8 +64,12 @@ public:
 
     /// False if it couldn't be started, runs for too long, or the calling thread must end.
     bool Ends() {
-        m_HasEnded = m_IsStarted && platform::WaitForSingleObject(m_Process, LIMIT_MILLISECONDS) ==
-                                        platform::WAIT_OBJECT_0;
+        if (!m_IsStarted)
+            return false;
+        const std::uint32_t end = platform::WaitForSingleObject(m_Process, LIMIT_MILLISECONDS);
+        if (end == platform::WAIT_TIMEOUT)
+            errno = ETIMEDOUT;
+        m_HasEnded = end == platform::WAIT_OBJECT_0;
         return m_HasEnded;
     }
 
@@ -106,8 +113,9 @@ bool gzipFile(const char* source, const char* destination, bool decompress, bool
     std::string command(decompress ? "gzip -df" : "gzip -f");
     command.append("c ").append(pathRead);
     // A file onto itself would be emptied before the program reads it.
-    const bool retval = !IsSameFile(pathRead.c_str(), pszDestPathWithExt) &&
-                        runToFile(command.data(), pszDestPathWithExt);
+    const bool isSame = IsSameFile(pathRead.c_str(), pszDestPathWithExt);
+    const bool retval = isSame ? FailWith(EINVAL) : runToFile(command.data(), pszDestPathWithExt);
+    const ScopedErrno untilReported;
     ASSERT(retval);
     ASSERT(IsFileExisting(pszDestPathWithExt));
     return retval;

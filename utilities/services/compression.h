@@ -26,6 +26,10 @@ UTILITIES_EXPORT const char* getZipfileExtension();
 /// fails and changes nothing. A failure is reported on the standard error stream, with a second
 /// report if the result file doesn't exist.
 ///
+/// After a failure `errno` holds the reason: the system's, for which the result file could not be
+/// opened or `gzip` not be started (ENOENT if there is no `gzip`); EBUSY if another call has the
+/// result file; EINVAL if it is the source; ETIMEDOUT after the 30 seconds.
+///
 /// The exit status of `gzip` is not looked at: if it fails in time, the call succeeds, and the
 /// result is whatever was written, often an empty file, which then counts as up to date. So look at
 /// the result before you remove a source.

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "utilities/frame/assert_internal.h"
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/descriptors.h"
 #include "utilities/platform/directories.h"
 #include "utilities/platform/files.h"
@@ -52,7 +53,7 @@ bool IsFileExisting(const char* path, struct _stat* info) {
 
 bool IsDirectoryExisting(const char* path) {
     struct _stat status;
-    return IsFileExisting(path, &status) && S_ISDIR(status.st_mode);
+    return IsFileExisting(path, &status) && (S_ISDIR(status.st_mode) || FailWith(ENOTDIR));
 }
 
 int RemoveFile(const char* path) { return platform::remove(WithoutLastSeparator(path).c_str()); }

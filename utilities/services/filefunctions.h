@@ -5,6 +5,9 @@
 /// functions that say so ignore one separator, '/' or '\', at its end: `dir/` is `dir`, `dir//` is
 /// `dir/`, and a separator alone is an empty path, which names nothing.
 ///
+/// After -1, false, 0 or (-1, -1) on failure, `errno` holds the system's reason; where a function
+/// says more, it names the reason. `errno` means nothing after success.
+///
 /// Rights, owners and users that some signatures take (`mode`, `uid`, `gid`, `owner`, `user`) have
 /// no effect, whatever their values.
 #ifndef UTILITIES_SERVICES_FILEFUNCTIONS_H
@@ -17,7 +20,7 @@
 
 /// Creates the file, readable and writable for its owner, or empties an existing one. True on
 /// success. False if it can't be opened for reading and writing, which another user of the file may
-/// deny, or is a directory; an existing file is then unchanged.
+/// deny (EACCES), or is a directory (EISDIR); an existing file is then unchanged.
 UTILITIES_EXPORT bool CREAT(const char* path, unsigned short mode, int uid, int gid);
 UTILITIES_EXPORT bool CREAT(const char* path, unsigned short mode, std::pair<int, int> owner);
 UTILITIES_EXPORT bool CREAT(const char* path, unsigned short mode, const char* user);
@@ -35,7 +38,8 @@ UTILITIES_EXPORT void CHMOD(const char* path, const char* mode);
 /// contents have no meaning.
 UTILITIES_EXPORT bool IsFileExisting(const char* path, struct _stat* info = nullptr);
 
-/// Whether the path exists and is a directory, links followed; a separator at the end is ignored.
+/// Whether the path exists and is a directory (otherwise ENOTDIR), links followed; a separator at
+/// the end is ignored.
 UTILITIES_EXPORT bool IsDirectoryExisting(const char* path);
 
 /// Removes a file, or a link without its target; a separator at the end is ignored. Returns 0, or
@@ -49,13 +53,15 @@ UTILITIES_EXPORT int RemoveFile(const char* path);
 UTILITIES_EXPORT bool AssureFileRemoved(const char* path, bool* existed);
 
 /// Time of the last modification in seconds since 1970-01-01 00:00:00 UTC, negative before; 0 if
-/// there is no such file, which can't be told from a file of that very second.
+/// there is no such file, which can be told from a file of that very second by an `errno` that was
+/// 0 before.
 UTILITIES_EXPORT long getFileMtime(const char* path);
 
 /// Ids of the owning user and group, in this order; (-1, -1) if there is no such file.
 UTILITIES_EXPORT std::pair<int, int> getFileUidGid(const char* path);
 
-/// Always (-1, -1), which stands for no such information. `user` is not looked at and may be null.
+/// Always (-1, -1), which stands for no such information and is no failure. `user` is not looked at
+/// and may be null.
 UTILITIES_EXPORT std::pair<int, int> getUserUidGid(const char* user);
 
 #endif

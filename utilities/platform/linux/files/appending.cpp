@@ -2,17 +2,15 @@
 
 #include <unistd.h>
 
-#include <cerrno>
-
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/descriptors.h"
 
 namespace platform {
 
 void TakeBack(int file, std::int64_t length, std::int64_t end) {
-    const int error = errno;
-    if (GetLength(file) == end && ftruncate(file, length) != 0)
-        return;
-    errno = error;
+    const ScopedErrno untilDone;
+    if (GetLength(file) == end)
+        static_cast<void>(ftruncate(file, length) == 0);
 }
 
 }  // namespace platform

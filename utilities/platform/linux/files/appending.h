@@ -7,7 +7,7 @@
 namespace platform {
 
 /// Gives the file its former length `length` if it still ends at `end`, where the caller's own
-/// bytes end: what others have added after them stays. `errno` stays as well, unless this fails.
+/// bytes end: what others have added after them stays. `errno` stays as well.
 void TakeBack(int file, std::int64_t length, std::int64_t end);
 
 }  // namespace platform

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <climits>
 
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/linux/files/appending.h"
 #include "utilities/platform/linux/files/opening.h"
 #include "utilities/platform/linux/files/ownership.h"
@@ -67,11 +68,7 @@ bool WriteAll(int file, const void* buffer, unsigned int size, std::int64_t offs
     return true;
 }
 
-bool IsTooLong(unsigned int size) {
-    if (size > INT_MAX)
-        errno = EINVAL;
-    return size > INT_MAX;
-}
+bool IsTooLong(unsigned int size) { return size > INT_MAX && !FailWith(EINVAL); }
 
 }  // namespace
 
@@ -133,9 +130,8 @@ int AppendAt(int file, const void* buffer, unsigned int size, std::int64_t offse
     if (done > 0 && offset != AT_END)
         TakeBack(file, length, std::max(length, offset + done));
     else if (done > 0) {
-        const int error = errno;
+        const ScopedErrno untilDone;
         const std::int64_t end = lseek(file, 0, SEEK_CUR);  // Where the part that fit has ended.
-        errno = error;
         TakeBack(file, end - done, end);
     }
     return -1;

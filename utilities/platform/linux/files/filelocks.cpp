@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/clock.h"
 #include "utilities/platform/linux/files/ownership.h"
 #include "utilities/platform/linux/files/polling.h"
@@ -75,6 +76,7 @@ public:
     ScopedPlace(int file, const ByteRange& range)
         : m_File(file), m_Byte{PlaceFor(range), 1}, m_IsFirst(SetLock(file, F_WRLCK, m_Byte)) {}
     ~ScopedPlace() {
+        const ScopedErrno untilLeft;
         if (m_IsFirst)
             SetLock(m_File, F_UNLCK, m_Byte);
     }
@@ -128,6 +130,8 @@ int _locking(int file, int mode, unsigned int size, std::int64_t offset) {
     Attempt result = TryLockInTurn(file, range);
     if (result == Attempt::HELD_ELSEWHERE && mode == _LK_LOCK)
         result = WaitInTurn(file, range, [&] { return TryLock(file, range); });
+    if (result == Attempt::HELD_ELSEWHERE)
+        errno = EAGAIN;
     return result == Attempt::TAKEN ? 0 : -1;
 }
 
@@ -152,6 +156,7 @@ ScopedFileEnd::ScopedFileEnd(int file, bool isShared) : m_File(file) {
 }
 
 ScopedFileEnd::~ScopedFileEnd() {
+    const ScopedErrno untilUnlocked;
     if (m_IsLocked)
         Unlock(m_File, END_OF_FILE);
 }

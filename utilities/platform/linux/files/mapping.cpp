@@ -7,8 +7,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <memory>
 #include <new>
 
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/descriptors.h"
 #include "utilities/platform/filelocks.h"
 #include "utilities/platform/linux/files/appending.h"
@@ -86,14 +88,19 @@ bool Extend(int file, off_t size) {
 }
 
 bool IsOpenFor(int file, bool writing) {
-    const int mode = fcntl(file, F_GETFL) & O_ACCMODE;
-    return mode == O_RDWR || (mode == O_RDONLY && !writing);
+    const int flags = fcntl(file, F_GETFL);
+    if (flags < 0)
+        return false;
+    const int mode = flags & O_ACCMODE;
+    return mode == O_RDWR || (mode == O_RDONLY && !writing) || FailWith(EACCES);
 }
 
 /// Whether the file has `size` bytes, after it was extended if it may be.
 bool HasSize(int file, std::uint32_t size, bool mayGrow) {
     const off_t length = LengthOf(file);
-    return length >= size || (length >= 0 && mayGrow && Extend(file, size));
+    if (length < 0 || length >= size)
+        return length >= 0;
+    return mayGrow ? Extend(file, size) : FailWith(EINVAL);
 }
 
 }  // namespace
@@ -119,14 +126,16 @@ std::uint32_t GetFileSize(FileHandle file) {
 MappingHandle CreateFileMappingA(FileHandle file, std::uint32_t protection, std::uint32_t size) {
     const int descriptor = DescriptorOf(file);
     const bool isWritable = protection == PAGE_READWRITE;
+    if (size == 0)
+        errno = EINVAL;
     if (size == 0 || !IsOpenFor(descriptor, isWritable))
         return nullptr;
-    auto* const mapping = new (std::nothrow) Mapping{descriptor, size, isWritable};
-    if (mapping != nullptr && !HasSize(descriptor, size, isWritable)) {
-        delete mapping;
+    std::unique_ptr<Mapping> mapping(new (std::nothrow) Mapping{descriptor, size, isWritable});
+    if (mapping == nullptr)
+        errno = ENOMEM;
+    else if (!HasSize(descriptor, size, isWritable))
         return nullptr;
-    }
-    return mapping;
+    return mapping.release();
 }
 
 void* MapViewOfFile(MappingHandle handle, std::uint32_t access) {

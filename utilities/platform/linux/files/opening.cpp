@@ -4,8 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/linux/sync/retry.h"
 
 namespace platform {
@@ -13,9 +12,8 @@ namespace platform {
 namespace {
 
 void CloseKeepingError(int file) {
-    const int error = errno;
+    const ScopedErrno untilClosed;
     close(file);
-    errno = error;
 }
 
 }  // namespace

@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "utilities/platform/linux/files/opening.h"
 #include "utilities/platform/linux/files/ownership.h"
 #include "utilities/platform/linux/files/sharing.h"
@@ -49,8 +51,9 @@ int CreateOutputFile(const char* path) {
             return file;
         CloseReleasingLocks(file);
         if (claim == Claim::REFUSED)
-            break;
+            return -1;
     }
+    errno = EBUSY;
     return -1;
 }
 

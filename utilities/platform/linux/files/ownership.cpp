@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cerrno>
 
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/fork.h"
 #include "utilities/platform/linux/files/rangelock.h"
 
@@ -44,13 +44,12 @@ bool MayLock(int file) {
 }
 
 void CloseReleasingLocks(int file) {
-    const int error = errno;
+    const ScopedErrno untilClosed;
     if (OwnsLocks(file)) {
         SetLock(file, F_UNLCK, EVERYTHING);
         flock(file, LOCK_UN);
     }
     close(file);
-    errno = error;
 }
 
 }  // namespace platform

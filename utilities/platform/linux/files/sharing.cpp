@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/linux/files/ownership.h"
 #include "utilities/platform/linux/files/polling.h"
 #include "utilities/platform/linux/files/rangelock.h"
@@ -68,7 +69,10 @@ public:
             Poll(
                 OPEN_LOCK_MILLISECONDS, [] { return NoQueue(); }, attempt);
     }
-    ~ScopedOpenLock() { flock(m_File, LOCK_UN); }
+    ~ScopedOpenLock() {
+        const ScopedErrno untilUnlocked;
+        flock(m_File, LOCK_UN);
+    }
     ScopedOpenLock(const ScopedOpenLock&) = delete;
     ScopedOpenLock& operator=(const ScopedOpenLock&) = delete;
 
@@ -83,13 +87,13 @@ bool EnterOpener(int file, unsigned int sharing) {
     const ScopedOpenLock lock(file);
     if (LockOwnBytes(file, sharing) && !HasAnother(file, Opposite(sharing)))
         return true;
-    errno = EACCES;
-    return false;
+    return FailWith(EACCES);
 }
 
 bool EnterSoleWriter(int file) {
     OwnLocks(file);
-    return SetLock(file, F_WRLCK, {LOCK_BYTES, BYTE_COUNT}) || !IsHeldElsewhere(errno);
+    return SetLock(file, F_WRLCK, {LOCK_BYTES, BYTE_COUNT}) || !IsHeldElsewhere(errno) ||
+           FailWith(EBUSY);
 }
 
 }  // namespace platform

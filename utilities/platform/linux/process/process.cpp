@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/canceldeferral.h"
 #include "utilities/platform/clock.h"
 #include "utilities/platform/linux/files/opening.h"
@@ -41,24 +42,29 @@ std::vector<char*> SplitAtBlanks(char* line) {
 /// caller has closed these, so it is duplicated before they are opened.
 class Redirections {
 public:
-    explicit Redirections(int output)
-        : m_Error(posix_spawn_file_actions_init(&m_Actions) ||
-                  posix_spawn_file_actions_adddup2(&m_Actions, output, STDOUT_FILENO) ||
-                  posix_spawn_file_actions_addopen(&m_Actions, STDIN_FILENO, "/dev/null", O_RDONLY,
-                                                   0) ||
-                  posix_spawn_file_actions_addopen(&m_Actions, STDERR_FILENO, "/dev/null", O_WRONLY,
-                                                   0) ||
-                  posix_spawn_file_actions_addclosefrom_np(&m_Actions, STDERR_FILENO + 1)) {}
+    explicit Redirections(int output) : m_Error(posix_spawn_file_actions_init(&m_Actions)) {
+        if (m_Error == 0)
+            m_Error = posix_spawn_file_actions_adddup2(&m_Actions, output, STDOUT_FILENO);
+        if (m_Error == 0)
+            m_Error = posix_spawn_file_actions_addopen(&m_Actions, STDIN_FILENO, "/dev/null",
+                                                       O_RDONLY, 0);
+        if (m_Error == 0)
+            m_Error = posix_spawn_file_actions_addopen(&m_Actions, STDERR_FILENO, "/dev/null",
+                                                       O_WRONLY, 0);
+        if (m_Error == 0)
+            m_Error = posix_spawn_file_actions_addclosefrom_np(&m_Actions, STDERR_FILENO + 1);
+    }
     ~Redirections() { posix_spawn_file_actions_destroy(&m_Actions); }
     Redirections(const Redirections&) = delete;
     Redirections& operator=(const Redirections&) = delete;
 
-    /// Null if there was no memory.
-    const posix_spawn_file_actions_t* Get() const { return m_Error ? nullptr : &m_Actions; }
+    /// Not 0 if there was no memory.
+    int Error() const { return m_Error; }
+    const posix_spawn_file_actions_t* Get() const { return &m_Actions; }
 
 private:
     posix_spawn_file_actions_t m_Actions{};
-    bool m_Error;
+    int m_Error;
 };
 
 /// The child's signals: none blocked, and those with their default action that a library or runtime
@@ -91,10 +97,13 @@ pid_t Spawn(char* const* words, int output) {
     const Redirections redirections(output);
     const DefaultSignals attributes;
     pid_t child = -1;
-    if (words[0] == nullptr || redirections.Get() == nullptr ||
-        posix_spawnp(&child, words[0], redirections.Get(), attributes.Get(), words, environ) != 0)
-        return -1;
-    return child;
+    int error = words[0] == nullptr ? EINVAL : redirections.Error();
+    if (error == 0)
+        error =
+            posix_spawnp(&child, words[0], redirections.Get(), attributes.Get(), words, environ);
+    if (error != 0)
+        errno = error;
+    return error == 0 ? child : -1;
 }
 
 /// WAIT_TIMEOUT also if a signal has ended the wait early.
@@ -117,6 +126,7 @@ bool CreateProcessA(char* commandLine, int output, Process& process) {
     // With SIGCHLD ignored, a child that has ended doesn't exist any more.
     if (process.descriptor >= 0 || errno == ESRCH)
         return true;
+    const ScopedErrno untilReaped;
     kill(child, SIGKILL);
     ReapChild({P_PID, child});
     return false;

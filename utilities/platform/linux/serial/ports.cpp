@@ -23,6 +23,7 @@
 #include <memory>
 #include <utility>
 
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/fork.h"
 #include "utilities/platform/linux/files/opening.h"
 #include "utilities/platform/linux/files/ownership.h"
@@ -60,14 +61,16 @@ Port** FindPort(Handle handle) {
 /// have root's rights.
 bool TakeForOneself(Port& port) {
     OwnLocks(port.descriptor);
-    if (!ReadSettings(port.descriptor, port.state) ||
-        Uninterrupted([&] { return flock(port.descriptor, LOCK_EX | LOCK_NB); }) != 0)
+    if (!ReadSettings(port.descriptor, port.state))
         return false;
+    if (Uninterrupted([&] { return flock(port.descriptor, LOCK_EX | LOCK_NB); }) != 0)
+        return FailWith(errno == EWOULDBLOCK ? EBUSY : errno);
     port.isExclusive = ioctl(port.descriptor, TIOCEXCL) == 0;
     return port.isExclusive;
 }
 
 void ClosePort(Port* port) {
+    const ScopedErrno untilClosed;
     if (port->isExclusive && OwnsLocks(port->descriptor))
         ioctl(port->descriptor, TIOCNXCL);
     if (port->descriptor >= 0)

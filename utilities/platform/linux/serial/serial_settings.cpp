@@ -4,10 +4,10 @@
 #include <sys/ioctl.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <iterator>
 
+#include "utilities/frame/errno_internal.h"
 #include "utilities/platform/serial.h"
 
 namespace platform::serial {
@@ -94,9 +94,8 @@ bool ApplySettings(int descriptor, const DCB& state) {
     termios2 before{};
     if (ioctl(descriptor, TCGETS2, &before) != 0)
         return false;
-    errno = EINVAL;
     if (!IsOffered(state))
-        return false;
+        return FailWith(EINVAL);
     const termios2 wanted = Transparent(before, state);
     termios2 taken = wanted;
     if (ioctl(descriptor, TCSETS2, &wanted) != 0 || ioctl(descriptor, TCGETS2, &taken) != 0)
@@ -104,8 +103,7 @@ bool ApplySettings(int descriptor, const DCB& state) {
     if (IsTaken(taken, wanted))
         return true;
     ioctl(descriptor, TCSETS2, &before);
-    errno = EINVAL;
-    return false;
+    return FailWith(EINVAL);
 }
 
 }  // namespace platform::serial
