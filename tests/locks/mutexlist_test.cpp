@@ -1,6 +1,7 @@
 #include "utilities/locks/mutexlist.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <csetjmp>
 #include <csignal>
@@ -69,6 +70,17 @@ TEST_F(MutexList, IsWrittenToAFileThatIsReplaced) {
     std::filesystem::create_directory("MutexList");
     WriteMutexListFile(false);
     EXPECT_TRUE(std::filesystem::is_directory("MutexList"));
+}
+
+TEST_F(MutexList, IsNotWrittenWhereOnlyAStandardDescriptorIsFree) {
+    EXPECT_EQ(EndOf(StartProcess([] {
+                  close(STDIN_FILENO);
+                  constexpr rlimit STANDARD_ONES{3, 3};
+                  setrlimit(RLIMIT_NOFILE, &STANDARD_ONES);
+                  WriteMutexListFile(true);
+                  return static_cast<int>(std::filesystem::file_size("MutexList"));
+              })),
+              0);
 }
 
 TEST_F(MutexList, FindsAMutexHeldForMoreThanTwentySecondsWithAWaiter) {

@@ -1,10 +1,11 @@
 #include "utilities/locks/mutexlist.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <iterator>
 #include <ostream>
+#include <streambuf>
 
 #include "utilities/locks/registry_internal.h"
 #include "utilities/platform/clock.h"
@@ -19,7 +20,33 @@ constexpr char THREAD_LIST_PATH[] = "./vyThreadList";
 
 constexpr std::uint32_t LONGEST_HOLD = 20000;    // Milliseconds.
 constexpr unsigned int PAUSE_BEFORE_ABORT = 20;  // Milliseconds.
-constexpr std::streamsize LONGEST_THREAD_LIST = 1023;
+constexpr std::size_t LONGEST_THREAD_LIST = 1023;
+
+/// A file that is emptied, or created, and written as a stream. The stream of the standard library
+/// could become a standard one that the program has closed, and child processes would inherit it.
+class OutputBuffer : public std::streambuf {
+public:
+    explicit OutputBuffer(const char* path) : m_File(platform::fopen(path, "w")) {}
+    ~OutputBuffer() override {
+        if (m_File != nullptr)
+            std::fclose(m_File);
+    }
+    OutputBuffer(const OutputBuffer&) = delete;
+    OutputBuffer& operator=(const OutputBuffer&) = delete;
+
+    bool IsOpen() const { return m_File != nullptr; }
+
+protected:
+    int_type overflow(int_type character) override { return std::fputc(character, m_File); }
+    std::streamsize xsputn(const char* text, std::streamsize size) override {
+        return static_cast<std::streamsize>(
+            std::fwrite(text, 1, static_cast<std::size_t>(size), m_File));
+    }
+    int sync() override { return std::fflush(m_File); }
+
+private:
+    std::FILE* const m_File;
+};
 
 bool IsInUse(const MutexDbgEntry& record) {
     return record.InUse.load(std::memory_order_acquire) == RECORD_IN_USE;
@@ -100,20 +127,21 @@ void RotateReports() {
 }
 
 void CopyThreadList(std::ostream& log) {
-    std::ifstream list(THREAD_LIST_PATH);
-    if (!list.is_open())
+    std::FILE* const list = platform::fopen(THREAD_LIST_PATH, "r");
+    if (list == nullptr)
         return;
     char text[LONGEST_THREAD_LIST + 1];
-    list.read(text, LONGEST_THREAD_LIST);
-    text[list.gcount()] = '\0';
+    text[std::fread(text, 1, LONGEST_THREAD_LIST, list)] = '\0';
+    std::fclose(list);
     log << text << std::endl;
 }
 
 void WriteReport() {
     RotateReports();
-    std::ofstream log(LOG_PATH);
-    if (!log.is_open())
+    OutputBuffer file(LOG_PATH);
+    if (!file.IsOpen())
         return;
+    std::ostream log(&file);
     showMutexList(log, false);
     CopyThreadList(log);
 }
@@ -134,9 +162,11 @@ void showMutexList(std::ostream& out, bool showAll) {
 }
 
 void WriteMutexListFile(bool showAll) {
-    std::ofstream file(LIST_PATH);
-    if (file.is_open())
-        showMutexList(file, showAll);
+    OutputBuffer file(LIST_PATH);
+    if (!file.IsOpen())
+        return;
+    std::ostream list(&file);
+    showMutexList(list, showAll);
 }
 
 void checkMutexListForDeadlock() {

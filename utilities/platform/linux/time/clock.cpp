@@ -12,6 +12,7 @@
 #include <ctime>
 
 #include "utilities/platform/inspection.h"
+#include "utilities/platform/linux/files/opening.h"
 #include "utilities/platform/linux/sync/deadline.h"
 #include "utilities/platform/linux/sync/retry.h"
 #include "utilities/platform/stopdeferral.h"
@@ -54,7 +55,7 @@ std::int64_t Milliseconds(clockid_t source, ReadClock read = &clock_gettime) {
 bool ReadStartTicks(long long& ticks) {
     const StopDeferral untilClosed;
     char line[1024];
-    const int file = Uninterrupted([] { return open("/proc/self/stat", O_RDONLY | O_CLOEXEC); });
+    const int file = OpenAtOnce("/proc/self/stat", O_RDONLY);
     if (file < 0)
         return false;
     const ssize_t size = Uninterrupted([&] { return read(file, line, sizeof line - 1); });

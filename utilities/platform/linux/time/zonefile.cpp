@@ -13,6 +13,7 @@
 #include <memory>
 #include <new>
 
+#include "utilities/platform/linux/files/opening.h"
 #include "utilities/platform/linux/sync/retry.h"
 #include "utilities/platform/linux/time/zonerule.h"
 
@@ -147,8 +148,7 @@ bool ReadAll(int file, std::size_t capacity, Content& content) {
 /// Reads a file. Empty where there is no regular file that may be read, or one that is too large
 /// for a zone. False where that can't be told at present.
 bool ReadFile(const char* path, Content& content) {
-    const int file =
-        Uninterrupted([&] { return open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); });
+    const int file = OpenAtOnce(path, O_RDONLY);
     if (file < 0)
         return errno != EMFILE && errno != ENFILE && errno != ENOMEM && errno != EIO;
     struct stat status;
