@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <type_traits>
 
 #include "utilities/platform/currentlocale.h"
 #include "utilities/platform/widetext.h"
@@ -18,7 +19,7 @@
 // the text ends among them, otherwise as a copy of whole characters with the NUL that the
 // conversion needs. Each step uses a good part of what is left. When less than two characters
 // surely fit, the rest goes one by one, each aside first, as its length decides whether it is
-// written.
+// written. ASCII at the start of a step is copied, as its length is known.
 
 namespace runtime {
 namespace {
@@ -129,6 +130,21 @@ std::size_t ConvertCopy(Char* out, std::size_t capacity, const Other* text, std:
     return Convert(out, capacity, copy, length);
 }
 
+/// The most characters that are copied one by one at the start of a step.
+constexpr std::size_t PLAIN_RUN = 64;
+
+/// Copies ASCII from the text's start, at most `most` characters, and moves `text` past it. Returns
+/// their number; none where the encoding needn't have ASCII.
+template <class Char, class Other>
+std::size_t CopyAscii(Char* out, const Other*& text, std::size_t most) {
+    if (platform::NarrowEncoding() == platform::Encoding::OTHER)
+        return 0;
+    std::size_t count = 0;
+    while (count < most && std::make_unsigned_t<Other>(*text - 1) < 0x7F)
+        out[count++] = static_cast<Char>(*text++);
+    return count;
+}
+
 /// Converts the rest of a text of which hardly any character surely fits.
 template <class Char, class Other>
 std::size_t ConvertEach(Char* out, std::size_t space, const Other* text, std::size_t most) {
@@ -157,6 +173,7 @@ std::size_t ConvertWithin(Char* out, std::size_t space, const Other* text, std::
     const std::size_t growth = Growth(text);
     std::size_t used = 0;
     for (;;) {
+        used += CopyAscii(out + used, text, std::min({most - used, space - used, PLAIN_RUN}));
         const std::size_t capacity = std::min(most, space) - used;
         const std::size_t sure = std::min(capacity / growth, CHUNK);
         if (sure < 2) {
