@@ -129,7 +129,8 @@ public:
     /// An object as an argument, a `String` for `%s` say, is refused by the compiler: pass its
     /// `c_str()`. That other arguments have the types of their conversions, nothing checks.
     ///
-    /// Takes up to 4 kB of stack beside the result, for a long double up to 110 kB, by its digits.
+    /// Takes up to 4 kB of stack beside the result; for a double with the flag # or as `%a` up to
+    /// 13 kB and for a long double up to 110 kB, by its digits.
     bool Format(const char* format, ...);
     template <class... Arguments, class = AnyObject<Arguments...>>
     bool Format(const char* format, const Arguments&... arguments) = delete;
