@@ -118,7 +118,11 @@ bool KeepRecords() {
     EXPECT_TRUE(isAdded || (more.getCurrentRecord() == 0 && more.getRecordCount() == known));
     EXPECT_TRUE(more.closeFile() == 0 || more.closeFile() == 0);
     EXPECT_EQ(ContentOf("records")->size(), size + (isAdded ? SIZE : 0)) << "a part of a record";
-    return isAdded && isRead && written == 3 && AssureFileRemoved("records", nullptr);
+    BinaryFile alone(SIZE, SIZE);
+    const bool isInOrder =
+        alone.openFile("records", BinaryFile::BF_READONLY, BinaryFile::BF_DENYWR, SIZE) == 0 &&
+        alone.readFile(1) + alone.readFile(2) == 2 * SIZE;
+    return isAdded && isRead && isInOrder && written == 3 && AssureFileRemoved("records", nullptr);
 }
 
 bool MapAFile() {

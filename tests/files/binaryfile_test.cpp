@@ -31,7 +31,8 @@ const std::map<char, int (*)(BinaryFile&, unsigned int)> STEPS = {
     {'W', [](BinaryFile& file, unsigned int) { return file.writeHeader(); }},
     {'s', [](BinaryFile& file, unsigned int size) { return file.changeRecordSize(size); }},
     {'S', [](BinaryFile& file, unsigned int size) { return file.changeHeaderSize(size); }},
-    {'x', [](BinaryFile& file, unsigned int) { return file.closeFile(); }}};
+    {'x', [](BinaryFile& file, unsigned int) { return file.closeFile(); }},
+    {'f', [](BinaryFile&, unsigned int) { return EndOf(StartProcess([] { return 0; })); }}};
 
 class BinaryFileTest : public testing::Test {
 protected:
@@ -138,6 +139,41 @@ TEST_F(BinaryFileTest, ReadsWritesAndLocksAsItsModeAllows) {
         EXPECT_EQ(std::tuple(told, Locked(), ReadFile(path)), std::tuple(results, locked, content))
             << mode << ' ' << steps;
     }
+}
+
+TEST_F(BinaryFileTest, ReadsAheadInOrderWhereNobodyCanTell) {
+    const struct {
+        int mode, share;
+        const char* steps;
+        bool isAhead;
+    } ROWS[] = {
+        {0, 0x20, "r1 r2", true},     {1, 0x10, "m0 m1", true},     {3, 0x20, "r1 r2", true},
+        {0, 0x30, "r1 r2", false},    {0, 0x40, "r1 r2", false},    {1, 0x20, "r2", false},
+        {1, 0x20, "r2 r1", false},    {1, 0x20, "r1 r2 w1", false}, {1, 0x20, "r1 r2 W", false},
+        {1, 0x20, "r1 w1 r2", false}, {3, 0x20, "r1 r2 c", false},  {2, 0x20, "r1 r2 x o0", false},
+        {1, 0x20, "r1 r2 f", false},  {2, 0x20, "r1 r2 w4", false}, {1, 0x20, "r1 r2 r2", true}};
+    for (const auto& [mode, share, steps, isAhead] : ROWS) {
+        SetUp();
+        BinaryFile file(RECORD, 0);
+        ASSERT_EQ(Open(file, mode, share), 0);
+        std::istringstream words(steps);
+        for (std::string step; words >> step;)
+            EXPECT_GE(Do(file, step), 0);
+        // Another program changes the third record.
+        EXPECT_EQ(pwrite(probe, "else", RECORD, HEADER + 2 * RECORD), RECORD);
+        const auto reads = [&](char first) {
+            return Do(file, "r3") == RECORD && file.getRecordBuffer()[0] == first;
+        };
+        EXPECT_TRUE(reads(isAhead ? '3' : 'e')) << mode << ' ' << share << ' ' << steps;
+        EXPECT_EQ(EndOf(StartProcess([&] { return reads('e') ? 0 : 1; })), 0) << "the child";
+        EXPECT_TRUE(reads('e')) << "after a fork";
+    }
+    SetUp();
+    BinaryFile file(RECORD, 0);
+    EXPECT_EQ(Open(file, BinaryFile::BF_READONLY, BinaryFile::BF_DENYWR) + Do(file, "r1"), RECORD);
+    std::filesystem::resize_file(path, HEADER + 2 * RECORD - 1 + 2);
+    EXPECT_EQ(Do(file, "r2"), RECORD);
+    EXPECT_EQ(Do(file, "r3"), 1) << "what is left of it";
 }
 
 TEST_F(BinaryFileTest, LetsOpenersInThatGoTogether) {

@@ -67,10 +67,16 @@ inline const Use USES[] = {
      }},
     {"record file",
      [](const std::string& own) {
-         BinaryFile file(8, 0);
-         return CREAT((own + "r").c_str(), 0600, -1, -1) &&
-                file.openFile(own + "r", BinaryFile::BF_EXTEND, BinaryFile::BF_DENYNO, 0) == 0 &&
-                file.writeFile(0xFFFFFFFF) == 8 && file.readFile(1) == 8;
+         BinaryFile file(8, 0), alone(8, 0);
+         const std::string path = own + "r";
+         if (!CREAT(path.c_str(), 0600, -1, -1) ||
+             file.openFile(path, BinaryFile::BF_EXTEND, BinaryFile::BF_DENYNO, 0) != 0 ||
+             file.writeFile(0xFFFFFFFF) + file.writeFile(2) + file.readFile(1) != 3 * 8)
+             return false;
+         file.closeFile();
+         // Refused where a thread that was killed has it open.
+         return alone.openFile(path, BinaryFile::BF_READONLY, BinaryFile::BF_DENYWR, 0) != 0 ||
+                alone.readFile(1) + alone.readFile(2) == 2 * 8;
      }},
     {"mapped file",
      [](const std::string& own) {

@@ -58,6 +58,10 @@ std::int64_t GetLength(int file);
 
 /// Reads up to `size` bytes from `offset` on; sizes of 2 GiB and more fail, as with the writes.
 /// Returns the number of bytes read, which is less only where the file ends there, or -1.
+///
+/// An opener that keeps out all writers may be served from what was read before: changes to the
+/// file that didn't come through this opener show late, those by programs that know of no share
+/// modes.
 int ReadAt(int file, void* buffer, unsigned int size, std::int64_t offset);
 
 /// Writes `size` bytes from `offset` on. Returns `size`, or -1: then any part of the bytes may have

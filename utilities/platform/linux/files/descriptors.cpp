@@ -1,6 +1,7 @@
 #include "utilities/platform/descriptors.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +12,7 @@
 #include "utilities/platform/linux/files/appending.h"
 #include "utilities/platform/linux/files/opening.h"
 #include "utilities/platform/linux/files/ownership.h"
+#include "utilities/platform/linux/files/readahead.h"
 #include "utilities/platform/linux/files/sharing.h"
 #include "utilities/platform/linux/sync/retry.h"
 #include "utilities/platform/stopdeferral.h"
@@ -35,6 +37,11 @@ unsigned int SharingOf(int flags, int share) {
 int SystemFlags(int flags) {
     return (Writes(flags) ? O_RDWR : O_RDONLY) | ((flags & _O_APPEND) != 0 ? O_APPEND : 0) |
            ((flags & _O_CREAT) != 0 ? O_CREAT : 0);
+}
+
+bool IsRegular(int file) {
+    struct stat status;
+    return fstat(file, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 /// Whether all earlier writes to the open file are known to have come through. Only a close tells,
@@ -77,8 +84,13 @@ int _sopen(const char* path, int flags, int share, int permission) {
     const int file = OpenNoDirectory(path, SystemFlags(flags), permission);
     if (file < 0)
         return -1;
-    if (EnterOpener(file, SharingOf(flags, share)) && ((flags & _O_TRUNC) == 0 || EmptyFile(file)))
+    const unsigned int sharing = SharingOf(flags, share);
+    const Entry entry = EnterOpener(file, sharing);
+    if (entry != Entry::REFUSED && ((flags & _O_TRUNC) == 0 || EmptyFile(file))) {
+        const bool isAlone = entry == Entry::DONE && (sharing & SHARING_DENIES_WRITES) != 0;
+        BeginReadAhead(file, isAlone && IsRegular(file));
         return file;
+    }
     CloseReleasingLocks(file);
     return -1;
 }
@@ -90,17 +102,22 @@ int _open(const char* path, int flags, int permission) {
 int _close(int file) {
     if (!IsWrittenOut(file))
         return -1;
-    CloseReleasingLocks(file);
+    CloseUnchecked(file);
     return 0;
 }
 
-void CloseUnchecked(int file) { CloseReleasingLocks(file); }
+void CloseUnchecked(int file) {
+    EndReadAhead(file);
+    CloseReleasingLocks(file);
+}
 
 std::int64_t GetLength(int file) { return lseek(file, 0, SEEK_END); }
 
 int ReadAt(int file, void* buffer, unsigned int size, std::int64_t offset) {
     if (IsTooLong(size))
         return -1;
+    if (ReadAhead(file, buffer, size, offset))
+        return static_cast<int>(size);
     unsigned int done = 0;
     for (;;) {
         const ssize_t got = Uninterrupted([&] {
@@ -115,6 +132,7 @@ int ReadAt(int file, void* buffer, unsigned int size, std::int64_t offset) {
 }
 
 int WriteAt(int file, const void* buffer, unsigned int size, std::int64_t offset) {
+    const ScopedWrite write(file);
     unsigned int done = 0;
     const bool isWritten = !IsTooLong(size) && WriteAll(file, buffer, size, offset, done);
     return isWritten ? static_cast<int>(size) : -1;
@@ -123,6 +141,7 @@ int WriteAt(int file, const void* buffer, unsigned int size, std::int64_t offset
 int AppendAt(int file, const void* buffer, unsigned int size, std::int64_t offset) {
     if (IsTooLong(size))
         return -1;
+    const ScopedWrite write(file);
     const std::int64_t length = offset == AT_END ? 0 : GetLength(file);
     unsigned int done = 0;
     if (WriteAll(file, buffer, size, offset, done))

@@ -109,7 +109,7 @@ FileHandle CreateFileA(const char* path, std::uint32_t access, std::uint32_t sha
                        std::uint32_t disposition) {
     const StopDeferral untilEntered;
     const int file = OpenNoDirectory(path, SystemFlags(access, disposition), 0666);
-    if (file >= 0 && EnterOpener(file, SharingOf(access, share)))
+    if (file >= 0 && EnterOpener(file, SharingOf(access, share)) != Entry::REFUSED)
         return reinterpret_cast<FileHandle>(std::intptr_t{file});
     lastError = static_cast<std::uint32_t>(errno);
     if (file >= 0)

@@ -32,13 +32,16 @@ constexpr std::uint32_t OPEN_LOCK_MILLISECONDS = 1000;
 
 constexpr ByteRange ByteOf(unsigned int bit) { return {LOCK_BYTES + bit, 1}; }
 
-bool LockOwnBytes(int file, unsigned int sharing) {
+Entry LockOwnBytes(int file, unsigned int sharing) {
+    Entry entry = Entry::DONE;
     for (unsigned int bit = 0; bit < BYTE_COUNT; ++bit) {
-        if ((sharing >> bit & 1) != 0 && !SetLock(file, F_RDLCK, ByteOf(bit)) &&
-            IsHeldElsewhere(errno))
-            return false;
+        if ((sharing >> bit & 1) == 0 || SetLock(file, F_RDLCK, ByteOf(bit)))
+            continue;
+        if (IsHeldElsewhere(errno))
+            return Entry::REFUSED;
+        entry = Entry::WITHOUT_LOCKS;
     }
-    return true;
+    return entry;
 }
 
 bool HasAnother(int file, unsigned int sharing) {
@@ -82,12 +85,14 @@ private:
 
 }  // namespace
 
-bool EnterOpener(int file, unsigned int sharing) {
+Entry EnterOpener(int file, unsigned int sharing) {
     OwnLocks(file);
     const ScopedOpenLock lock(file);
-    if (LockOwnBytes(file, sharing) && !HasAnother(file, Opposite(sharing)))
-        return true;
-    return FailWith(EACCES);
+    const Entry entry = LockOwnBytes(file, sharing);
+    if (entry != Entry::REFUSED && !HasAnother(file, Opposite(sharing)))
+        return entry;
+    FailWith(EACCES);
+    return Entry::REFUSED;
 }
 
 bool EnterSoleWriter(int file) {

@@ -12,10 +12,16 @@ enum Sharing : unsigned int {
     SHARING_DENIES_WRITES = 8
 };
 
+/// What the entry of an opener came to.
+enum class Entry {
+    REFUSED,        ///< With EACCES: it and an opener before it don't go together.
+    WITHOUT_LOCKS,  ///< The file system has none, so nobody is refused.
+    DONE
+};
+
 /// Enters an opener in the file, until `CloseReleasingLocks`, with the calling process as the owner
-/// of its locks. `file` must be readable. False with EACCES if it and an opener before it don't go
-/// together; close it then as well. A file system without locks refuses nobody.
-bool EnterOpener(int file, unsigned int sharing);
+/// of its locks. `file` must be readable. Close it also after a refusal.
+Entry EnterOpener(int file, unsigned int sharing);
 
 /// The same for a file open for writing only, by an opener that denies everything.
 bool EnterSoleWriter(int file);
