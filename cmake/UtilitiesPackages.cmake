@@ -51,13 +51,15 @@ utilities_debian_package(development libutilities-dev libdevel "${synopsis} (dev
 The headers of the base library, and what CMake and pkg-config want to
 know of it.")
 utilities_debian_package(examples utilities-examples misc "${synopsis} (examples)
-Programs that show the base library at work, with their sources: a
-catalogue that tells what changed in a directory tree, and a monitor
-for a serial port.")
+Programs that show the base library at work: a catalogue that tells
+what changed in a directory tree, and a monitor for a serial port. With
+pages of the manual, completion for bash, and the sources as a project
+that builds against the development package.")
 
 set(CPACK_COMPONENT_DEBUG_DEPENDS runtime)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
 set(CPACK_COMPONENT_EXAMPLES_DEPENDS runtime)
+set(CPACK_DEBIAN_EXAMPLES_PACKAGE_SUGGESTS "libutilities-dev, cmake, libssl-dev")
 # They have nothing that is linked: of the library the one has only the link, the other no code.
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEBUG_PACKAGE_SHLIBDEPS OFF)

@@ -99,5 +99,8 @@ String HelpOf(const Program& program, const Command& command) {
 }
 
 String VersionOf(const Program& program) {
-    return String(program.name) + " (Utilities) " EXAMPLES_VERSION;
+    String version;
+    version.Format("%s (Utilities) %d.%d.%d", program.name, UTILITIES_VERSION_MAJOR,
+                   UTILITIES_VERSION_MINOR, UTILITIES_VERSION_PATCH);
+    return version;
 }
