@@ -17,13 +17,35 @@
 
 namespace {
 
-/// The compression's command line is split at blanks, and a path that begins with a dash would be
-/// an option.
-String ForCommandLine(const String& path) {
-    if (path.find_first_of(" \t\n") != path.npos)
-        throw UsageError(Escaped(path) + ": a path with blanks can't be compressed");
-    return path.compare(0, 1, "-") == 0 ? String("./" + path) : path;
-}
+/// Another name for a file, a link in a directory of its own: the compression's command line is
+/// split at blanks, and takes a path that begins with a dash for an option.
+class ScopedPlainName {
+public:
+    ScopedPlainName(const String& file, const char* ending)
+        : m_Directory(MakeDirectory()), m_Link(m_Directory + "/file" + ending) {
+        if (symlink(std::filesystem::absolute(file.c_str()).c_str(), m_Link.c_str()) != 0)
+            throw std::runtime_error(Escaped(m_Link) + ": " + ReasonOf(errno));
+    }
+    ~ScopedPlainName() {
+        unlink(m_Link.c_str());
+        rmdir(m_Directory.c_str());
+    }
+    ScopedPlainName(const ScopedPlainName&) = delete;
+    ScopedPlainName& operator=(const ScopedPlainName&) = delete;
+
+    /// The name without the ending.
+    String Path() const { return String(m_Directory + "/file"); }
+
+private:
+    static std::string MakeDirectory() {
+        char directory[] = "/tmp/catalog.XXXXXX";
+        if (mkdtemp(directory) == nullptr)
+            throw std::runtime_error(std::string(directory) + ": " + ReasonOf(errno));
+        return directory;
+    }
+
+    const std::string m_Directory, m_Link;
+};
 
 /// The compression doesn't tell that the program is missing.
 void CheckGzip() {
@@ -94,14 +116,18 @@ void Report(const String& store, const String& archive) {
     PrintLine(Escaped(archive) + ": " + CountOf(compressed, "byte") + ", " + ratio + " %");
 }
 
+/// Makes `destination` + ".gz".
 bool Compress(const String& source, const String& destination) {
+    const ScopedPlainName name(source, "");
     const ScopedSilence silence;
-    return !String(ZIP(source.c_str(), destination.c_str(), true)).empty();
+    return !String(ZIP(name.Path().c_str(), destination.c_str(), true)).empty();
 }
 
+/// Reads `source` + ".gz".
 bool Decompress(const String& source, const String& destination) {
+    const ScopedPlainName name(source + getZipfileExtension(), getZipfileExtension());
     const ScopedSilence silence;
-    return UNZIP(source.c_str(), destination.c_str(), true);
+    return UNZIP(name.Path().c_str(), destination.c_str(), true);
 }
 
 }  // namespace
@@ -109,8 +135,8 @@ bool Decompress(const String& source, const String& destination) {
 /// The compression doesn't tell of a full disk, so what it has written is decompressed and read.
 /// The old archive is replaced only then.
 int Archive(const CommandLine& line) {
-    const String store = ForCommandLine(StoreOf(line));
-    const String archive = ForCommandLine(line.words[0]) + getZipfileExtension();
+    const String& store = StoreOf(line);
+    const String archive = line.words[0] + getZipfileExtension();
     CheckGzip();
     const Store checked(store);
     RefuseToOverwrite(archive, line);
@@ -128,20 +154,20 @@ int Archive(const CommandLine& line) {
 
 /// The old store is replaced only when the whole archive has proved to be a store.
 int Restore(const CommandLine& line) {
-    const String store = ForCommandLine(StoreOf(line));
-    const String source = ForCommandLine(line.words[0]);
-    const String archive = source + getZipfileExtension();
+    const String& store = StoreOf(line);
+    const String archive = line.words[0] + getZipfileExtension();
     CheckGzip();
     RefuseToOverwrite(store, line);
     if (access(archive.c_str(), R_OK) != 0)
         throw std::runtime_error(Escaped(archive) + ": " + ReasonOf(errno));
-    CheckWritable(store);
-    const ScopedTemporary temporary(TemporaryPathFor(store));
-    if (!Decompress(source, temporary.Path()))
+    const String target = TargetOf(store);
+    CheckWritable(target);
+    const ScopedTemporary temporary(TemporaryPathFor(target));
+    if (!Decompress(line.words[0], temporary.Path()))
         throw std::runtime_error(Escaped(archive) + ": can't be decompressed");
     const Store checked(temporary.Path(), Store::TO_READ, archive);
     CopyMode(archive, temporary.Path());
-    Rename(temporary.Path(), store);
+    Rename(temporary.Path(), target);
     Report(store, archive);
     return STATUS_DONE;
 }

@@ -53,9 +53,24 @@ std::optional<__int64> DateOf(const CommandLine& line, const char* option) {
                      ": not a date, written like 2021-12-31");
 }
 
-String Printed(const char* format, const std::tm& time) {
-    char text[64];
-    return String(std::string(text, std::strftime(text, sizeof text, format, &time)));
+/// As in 2021-12-31 23:59:59, with any character between date and time.
+String IsoOf(const std::tm& time, char between) {
+    const __int64 year = time.tm_year + 1900LL;
+    const std::string digits = std::to_string(year < 0 ? -year : year);
+    std::string text = year < 0 ? "-" : "";
+    text.append(4 - std::min<std::size_t>(4, digits.size()), '0').append(digits);
+    const struct {
+        char before;
+        int number;
+    } parts[] = {{'-', time.tm_mon + 1},
+                 {'-', time.tm_mday},
+                 {between, time.tm_hour},
+                 {':', time.tm_min},
+                 {':', time.tm_sec}};
+    for (const auto& [before, number] : parts)
+        text.append(
+            {before, static_cast<char>('0' + number / 10), static_cast<char>('0' + number % 10)});
+    return String(std::move(text));
 }
 
 }  // namespace
@@ -83,7 +98,7 @@ String TimeFormat::Shown(__int64 seconds) const {
         if (instant.getLocalTimeOfDay(nullptr) >= BqLocalTimeOfDay())
             return Localized(instant);
     }
-    return Printed("%Y-%m-%d %H:%M:%S", LocalTimeOf(seconds));
+    return IsoOf(LocalTimeOf(seconds), ' ');
 }
 
 String UniversalTime(__int64 seconds, std::uint32_t nanoseconds) {
@@ -92,5 +107,5 @@ String UniversalTime(__int64 seconds, std::uint32_t nanoseconds) {
     gmtime_r(&time, &universal);
     String fraction;
     fraction.Format(".%09uZ", nanoseconds);
-    return Printed("%Y-%m-%dT%H:%M:%S", universal) + fraction;
+    return IsoOf(universal, 'T') + fraction;
 }

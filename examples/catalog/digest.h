@@ -43,12 +43,12 @@ private:
 template <std::size_t SIZE>
 String HexOf(const std::array<char, SIZE>& bytes) {
     constexpr char DIGITS[] = "0123456789abcdef";
-    String hex;
-    for (const char byte : bytes) {
-        hex += DIGITS[static_cast<unsigned char>(byte) >> 4];
-        hex += DIGITS[byte & 15];
+    std::string hex(2 * SIZE, '0');
+    for (std::size_t i = 0; i < SIZE; ++i) {
+        hex[2 * i] = DIGITS[static_cast<unsigned char>(bytes[i]) >> 4];
+        hex[2 * i + 1] = DIGITS[bytes[i] & 15];
     }
-    return hex;
+    return String(std::move(hex));
 }
 
 /// Reads hexadecimal digits of either case; false unless they are digits for just SIZE bytes.

@@ -31,14 +31,10 @@ Directory::Directory(const std::string& path, Selection wanted)
       selection(std::move(wanted)),
       walked(Walk(root, selection)) {}
 
-bool Directory::Lacks(const std::string& below) const {
-    const auto& [found, failures] = walked;
-    const auto place =
-        std::lower_bound(found.begin(), found.end(), below,
-                         [](const Found& one, const std::string& path) { return one.path < path; });
-    return (place == found.end() || place->path != below) && selection.Has(below) &&
-           std::none_of(failures.begin(), failures.end(),
-                        [&](const Failure& failure) { return IsWithin(below, failure.path); });
+bool Directory::MayHave(const std::string& below) const {
+    return !selection.Has(below) ||
+           std::any_of(walked.failures.begin(), walked.failures.end(),
+                       [&](const Failure& failure) { return IsWithin(below, failure.path); });
 }
 
 std::string AbsolutePathOf(const std::string& directory) {

@@ -15,9 +15,9 @@ struct Directory {
     /// `path` may be a symbolic link. One that can't be opened is thrown as `std::system_error`.
     Directory(const std::string& path, Selection wanted);
 
-    /// Whether what the catalogue has as `below` is known to be missing: it is selected, wasn't
-    /// found, and no directory above it was unreadable.
-    bool Lacks(const std::string& below) const;
+    /// Whether there may be something called `below` although it wasn't found: it isn't selected,
+    /// or lies in a directory that can't be read.
+    bool MayHave(const std::string& below) const;
 
     Descriptor root;
     std::string base;  ///< The directory's absolute path.

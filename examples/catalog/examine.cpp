@@ -17,13 +17,14 @@ bool IsBefore(const Finding& one, const Finding& other) {
 
 class Examiner {
 public:
-    Examiner(const Directory& examined, const std::vector<Entry>& before, const Examination& wanted)
-        : m_Directory(examined), m_Before(before), m_How(wanted) {
+    Examiner(const Directory& examined, const std::vector<Entry>& before, const Examination& wanted,
+             std::vector<Finding>& findings)
+        : m_Directory(examined), m_Before(before), m_How(wanted), m_Findings(findings) {
         FindMissing();
         m_Findings.resize(m_Directory.walked.found.size());
     }
 
-    std::vector<Finding> Run() {
+    void Run() {
         Progress progress(m_Findings.size(), m_How.isQuiet);
         ParallelFor(m_Findings.size(), m_How.threads, [&](std::size_t index) {
             m_Findings[index] = Look(m_Directory.walked.found[index]);
@@ -37,14 +38,20 @@ public:
         }
         for (const Failure& failure : m_Directory.walked.failures)
             AddFailure(failure);
-        std::stable_sort(m_Findings.begin(), m_Findings.end(), IsBefore);
-        return std::move(m_Findings);
+        if (!std::is_sorted(m_Findings.begin(), m_Findings.end(),
+                            IsBefore))  // Most often they are.
+            std::stable_sort(m_Findings.begin(), m_Findings.end(), IsBefore);
     }
 
 private:
     void FindMissing() {
+        auto found = m_Directory.walked.found.begin();
+        const auto end = m_Directory.walked.found.end();
         for (const Entry& entry : m_Before) {
-            if (!m_Directory.Lacks(entry.path))
+            while (found != end && found->path < entry.path)
+                ++found;
+            const bool isFound = found != end && found->path == entry.path;
+            if (isFound || m_Directory.MayHave(entry.path))
                 continue;
             m_Missing.push_back(&entry);
             if (entry.status.kind == FILE_KIND)
@@ -144,15 +151,15 @@ private:
     const Examination& m_How;
     std::vector<const Entry*> m_Missing;  ///< Null for those that were found to be moved.
     std::set<unsigned __int64> m_MissingSizes;
-    std::vector<Finding> m_Findings;
+    std::vector<Finding>& m_Findings;
     MutexLock m_Mutex{"CATALOG_FINDINGS"};
 };
 
 }  // namespace
 
-std::vector<Finding> Examine(const Directory& directory, const std::vector<Entry>& before,
-                             const Examination& how) {
-    return Examiner(directory, before, how).Run();
+void Examine(const Directory& directory, const std::vector<Entry>& before, const Examination& how,
+             std::vector<Finding>& findings) {
+    Examiner(directory, before, how, findings).Run();
 }
 
 std::vector<Finding> AllMissing(const std::vector<Entry>& entries, const Selection& selection) {

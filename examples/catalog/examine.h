@@ -28,14 +28,14 @@ struct Examination {
     bool contentOnly = false;  ///< Rights and owners make no difference.
     bool isQuiet = false;      ///< No progress is shown.
 
-    /// Called after each finding; from any thread, but from one at a time.
+    /// Called after each finding, which stays where it is; from any thread, but from one at a time.
     std::function<void(const Finding&)> onFinding{};
 };
 
-/// Compares what was found in a directory with the entries that the catalogue has of it. The result
-/// is sorted by the bytes of the paths.
-std::vector<Finding> Examine(const Directory& directory, const std::vector<Entry>& before,
-                             const Examination& how);
+/// Compares what was found in a directory with the entries that the catalogue has of it. The
+/// findings, which are empty before, are sorted by the bytes of the paths.
+void Examine(const Directory& directory, const std::vector<Entry>& before, const Examination& how,
+             std::vector<Finding>& findings);
 
 /// What is left of `entries`, which were all lost with their directory.
 std::vector<Finding> AllMissing(const std::vector<Entry>& entries, const Selection& selection);

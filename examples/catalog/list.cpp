@@ -22,11 +22,11 @@ std::vector<ListedFile> FilesIn(const Directory& directory, const CommandLine& l
     const String pattern = line.words.size() > 1 ? line.words[1] : String("*");
     std::vector<ListedFile> files;
     for (const Found& found : directory.walked.found) {
-        ListedFile file{found.path, Entry(), String()};
-        file.entry.path = found.path;
-        if (found.isFile &&
-            String(found.path.substr(found.path.rfind('/') + 1)).WildcardMatch(pattern))
-            files.push_back(file);
+        if (!found.isFile ||
+            !String(found.path.substr(found.path.rfind('/') + 1)).WildcardMatch(pattern))
+            continue;
+        files.push_back({found.path, Entry(), String()});
+        files.back().entry.path = found.path;
     }
     for (const Failure& failure : directory.walked.failures) {
         const std::string path = failure.path.empty() ? std::string(line.words[0]) : failure.path;
@@ -64,18 +64,16 @@ std::vector<ListedFile> ReadFiles(std::vector<ListedFile> files, const Descripto
 
 int Print(const std::vector<ListedFile>& files, const CommandLine& line) {
     bool allRead = true;
+    Listing listing(line);
     for (const ListedFile& file : files) {
-        if (file.reason.empty())
+        if (file.reason.empty()) {
+            listing.Add(file.shownPath, file.entry);
             continue;
+        }
         PrintError(file.shownPath, file.reason);
         allRead = false;
     }
-    Listing(line).Print([&](const auto& print) {
-        for (const ListedFile& file : files) {
-            if (file.reason.empty())
-                print(file.shownPath, file.entry);
-        }
-    });
+    listing.Print();
     return allRead ? STATUS_DONE : STATUS_FAILED;
 }
 

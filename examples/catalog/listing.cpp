@@ -29,34 +29,29 @@ String ModeOf(const FileStatus& status) {
 Listing::Listing(const CommandLine& line)
     : m_Times(line), m_IsLong(line.Has("long")), m_HasSha256(line.Has("sha256")) {}
 
-void Listing::Print(const Source& source) {
-    Table table;
-    unsigned __int64 files = 0, bytes = 0;
-    source([&](const std::string& path, const Entry& entry) {
-        table.Measure(RowOf(path, entry));
-        files += entry.status.kind == FILE_KIND ? 1 : 0;
-        bytes += entry.status.size;
-    });
-    source([&](const std::string& path, const Entry& entry) {
-        PrintLine(table.Line(RowOf(path, entry)));
-    });
-    PrintLine(CountOf(files, "file") + ", " + CountOf(bytes, "byte"));
-}
-
-Row Listing::RowOf(const std::string& path, const Entry& entry) {
+void Listing::Add(const std::string& path, const Entry& entry) {
     const FileStatus& status = entry.status;
     Row row;
+    row.reserve(7);
     if (m_IsLong)
         row = {ModeOf(status), m_Users.Of(status.owner), m_Groups.Of(status.group)};
     const bool isLink = status.kind == LINK_KIND;
-    row.push_back(isLink ? String(Escaped(path) + " -> " + Escaped(entry.target)) : Escaped(path));
-    row.push_back(status.size);
-    row.push_back(m_Times.Shown(status.modified));
+    row.emplace_back(isLink ? String(Escaped(path) + " -> " + Escaped(entry.target))
+                            : Escaped(path));
+    row.emplace_back(status.size);
+    row.emplace_back(m_Times.Shown(status.modified));
     if (status.kind != FILE_KIND)
-        row.push_back(NameOf(status.kind));
+        row.emplace_back(NameOf(status.kind));
     else if (!m_HasSha256)
-        row.push_back(HexOf(entry.digests.md5));
+        row.emplace_back(HexOf(entry.digests.md5));
     else
-        row.push_back(entry.digests.hasSha256 ? HexOf(entry.digests.sha256) : String("-"));
-    return row;
+        row.emplace_back(entry.digests.hasSha256 ? HexOf(entry.digests.sha256) : String("-"));
+    m_Table.Add(std::move(row));
+    m_Files += status.kind == FILE_KIND ? 1 : 0;
+    m_Bytes += status.size;
+}
+
+void Listing::Print() const {
+    m_Table.Print();
+    PrintLine(CountOf(m_Files, "file") + ", " + CountOf(m_Bytes, "byte"));
 }

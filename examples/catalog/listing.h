@@ -2,7 +2,6 @@
 #ifndef CATALOG_LISTING_H
 #define CATALOG_LISTING_H
 
-#include <functional>
 #include <string>
 
 #include "commandline.h"
@@ -11,25 +10,24 @@
 #include "owners.h"
 #include "table.h"
 
-/// Prints files in a table of path, size, time of modification and digest, the SHA-256 one with
+/// A table of path, size, time of modification and digest, the SHA-256 one with
 /// `--sha256`. With `--long` rights, owner and group come first, and links show their targets.
 class Listing {
 public:
     explicit Listing(const CommandLine& line);
 
-    /// Calls its argument for each entry to print, with the path to show.
-    using Source =
-        std::function<void(const std::function<void(const std::string&, const Entry&)>&)>;
+    /// Adds an entry, shown as `path`.
+    void Add(const std::string& path, const Entry& entry);
 
-    /// Prints what `source` has, which is asked twice, and the totals of files and bytes.
-    void Print(const Source& source);
+    /// Prints the table, and the totals of files and bytes.
+    void Print() const;
 
 private:
-    Row RowOf(const std::string& path, const Entry& entry);
-
     const TimeFormat m_Times;
     const bool m_IsLong;
     const bool m_HasSha256;
+    Table m_Table;
+    unsigned __int64 m_Files = 0, m_Bytes = 0;
     OwnerNames m_Users{UserNamed};
     OwnerNames m_Groups{GroupNamed};
 };

@@ -116,13 +116,6 @@ unsigned __int64 CountEntries(const Catalogue& catalogue) {
     return count;
 }
 
-void FieldWriter::Write(const MultiType& number) {
-    char bytes[sizeof(__int64)];
-    unsigned int size = sizeof bytes;
-    number.GetBigEndianFormatted(bytes, size, nullptr, nullptr);
-    m_Target.append(bytes, size);
-}
-
 void FieldWriter::WriteText(const std::string& text) {
     Write(static_cast<unsigned int>(text.size()));
     m_Target += text;
@@ -137,12 +130,4 @@ std::string FieldReader::ReadText() {
 void FieldReader::ReadBytes(char* target, std::size_t size) {
     if (const char* const bytes = Take(size))
         std::memcpy(target, bytes, size);
-}
-
-const char* FieldReader::Take(std::size_t size) {
-    m_HasFailed = m_HasFailed || size > m_Size;
-    if (m_HasFailed)
-        return nullptr;
-    m_Size -= size;
-    return std::exchange(m_Rest, m_Rest + size);
 }

@@ -3,6 +3,7 @@
 #define CATALOG_RECORD_H
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "entry.h"
@@ -22,7 +23,15 @@ class FieldWriter {
 public:
     explicit FieldWriter(std::string& target) : m_Target(target) {}
 
-    void Write(const MultiType& number);
+    template <class Number>
+    void Write(Number number) {
+        char bytes[sizeof(Number)];
+        for (std::size_t place = sizeof(Number); place > 0; --place) {
+            bytes[place - 1] = static_cast<char>(number);
+            number = static_cast<Number>(static_cast<unsigned __int64>(number) >> 8);
+        }
+        m_Target.append(bytes, sizeof(Number));
+    }
 
     /// Writes the length, then the bytes.
     void WriteText(const std::string& text);
@@ -38,12 +47,11 @@ public:
 
     template <class Number>
     Number Read() {
-        constexpr MultiType::TYPE TYPE = TypeOf(Number());
         const char* const bytes = Take(sizeof(Number));
-        MultiType value(Number(0));
-        if (bytes != nullptr)
-            value.SetBigEndianFormatted(bytes, sizeof(Number), TYPE, 0);
-        return value.GetAs<Number>();
+        unsigned __int64 number = 0;
+        for (std::size_t place = 0; bytes != nullptr && place < sizeof(Number); ++place)
+            number = number << 8 | static_cast<unsigned char>(bytes[place]);
+        return static_cast<Number>(number);
     }
     std::string ReadText();
     void ReadBytes(char* target, std::size_t size);
@@ -52,13 +60,14 @@ public:
     bool IsAtEnd() const { return m_Size == 0; }
 
 private:
-    static constexpr MultiType::TYPE TypeOf(unsigned char) { return MultiType::TYPE_UCHAR; }
-    static constexpr MultiType::TYPE TypeOf(unsigned short) { return MultiType::TYPE_USHORT; }
-    static constexpr MultiType::TYPE TypeOf(unsigned int) { return MultiType::TYPE_UINT; }
-    static constexpr MultiType::TYPE TypeOf(__int64) { return MultiType::TYPE_INT64; }
-    static constexpr MultiType::TYPE TypeOf(unsigned __int64) { return MultiType::TYPE_UINT64; }
-
-    const char* Take(std::size_t size);
+    /// The next bytes; null if there are fewer.
+    const char* Take(std::size_t size) {
+        m_HasFailed = m_HasFailed || size > m_Size;
+        if (m_HasFailed)
+            return nullptr;
+        m_Size -= size;
+        return std::exchange(m_Rest, m_Rest + size);
+    }
 
     const char* m_Rest;
     std::size_t m_Size;

@@ -20,16 +20,15 @@ void ShowTrees(const Catalogue& catalogue, const TimeFormat& times) {
 
 /// Files only, unless all is asked for.
 void ShowEntries(const Catalogue& catalogue, const CommandLine& line, const String& pattern) {
-    Listing(line).Print([&](const auto& print) {
-        for (const Tree& tree : catalogue) {
-            for (const Entry& entry : tree.entries) {
-                const String name(entry.path.substr(entry.path.rfind('/') + 1));
-                if ((entry.status.kind == FILE_KIND || line.Has("long")) &&
-                    name.WildcardMatch(pattern))
-                    print(Joined(tree.path, entry.path), entry);
-            }
+    Listing listing(line);
+    for (const Tree& tree : catalogue) {
+        for (const Entry& entry : tree.entries) {
+            const String name(entry.path.substr(entry.path.rfind('/') + 1));
+            if ((entry.status.kind == FILE_KIND || line.Has("long")) && name.WildcardMatch(pattern))
+                listing.Add(Joined(tree.path, entry.path), entry);
         }
-    });
+    }
+    listing.Print();
 }
 
 }  // namespace

@@ -12,13 +12,6 @@
 
 namespace {
 
-/// The file that a path names, links followed, also where the last one leads to nothing yet.
-String TargetOf(const String& path) {
-    std::error_code error;
-    const auto target = std::filesystem::weakly_canonical(std::string(path), error);
-    return error || path.empty() ? path : String(target.string());
-}
-
 bool IsMissing(const String& path) {
     struct stat status;
     return stat(path.c_str(), &status) != 0 && errno == ENOENT;
@@ -105,6 +98,12 @@ void Store::Change(const std::function<void(Catalogue&)>& change) {
         change(m_Content);
         Replace();
     });
+}
+
+String TargetOf(const String& path) {
+    std::error_code error;
+    const auto target = std::filesystem::weakly_canonical(std::string(path), error);
+    return error || path.empty() ? path : String(target.string());
 }
 
 const String& StoreOf(const CommandLine& line) { return *line.ValueOf("store"); }

@@ -40,6 +40,9 @@ private:
     std::string m_Header;  ///< Of the file that was read or written; empty if there was none.
 };
 
+/// The file that a path names, links followed, also where the last one leads to nothing yet.
+String TargetOf(const String& path);
+
 /// The option --store.
 const String& StoreOf(const CommandLine& line);
 

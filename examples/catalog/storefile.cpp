@@ -189,11 +189,11 @@ ScopedTemporary::~ScopedTemporary() { unlink(m_Path.c_str()); }
 ScopedStoreLock::ScopedStoreLock(const String& path) {
     constexpr int MOST_TRIES = 6;  // The first steps wait up to 10 seconds each.
     for (int attempt = 0; attempt < MOST_TRIES;) {
-        StopIfInterrupted();
         m_File.closeFile();
         Open(m_File, path, BinaryFile::BF_UPDATE);
         const int got = m_File.readHeader();
         if (got < 0) {
+            StopIfInterrupted();
             ++attempt;
             continue;
         }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "messages.h"
+
 namespace {
 
 constexpr char GAP[] = "  ";
@@ -26,23 +28,29 @@ std::size_t CharactersIn(const String& text) {
 
 }  // namespace
 
-void Table::Measure(const Row& row) {
+void Table::Add(Row row) {
     m_Widths.resize(std::max(m_Widths.size(), row.size()));
     for (std::size_t column = 0; column < row.size(); ++column)
         m_Widths[column] = std::max(m_Widths[column], CharactersIn(row[column].GetAs<String>()));
+    m_Rows.push_back(std::move(row));
 }
 
-String Table::Line(const Row& row) const {
+void Table::Print() const {
+    for (const Row& row : m_Rows)
+        PrintLine(LineOf(row));
+}
+
+String Table::LineOf(const Row& row) const {
     String line;
     for (std::size_t column = 0; column < row.size(); ++column) {
         const String text = row[column].GetAs<String>();
-        const std::string blanks(m_Widths[column] - CharactersIn(text), ' ');
+        const std::size_t blanks = m_Widths[column] - CharactersIn(text);
         const bool isLast = column + 1 == row.size();
         if (IsNumber(row[column]))
-            line += blanks + text;
+            line.append(blanks, ' ').append(text);
         else
-            line += isLast ? text : String(text + blanks);
-        line += isLast ? "" : GAP;
+            line.append(text).append(isLast ? 0 : blanks, ' ');
+        line.append(isLast ? "" : GAP);
     }
     return line;
 }

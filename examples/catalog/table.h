@@ -8,18 +8,19 @@
 
 using Row = std::vector<MultiType>;
 
-/// The layout of a table. Numbers are aligned to the right of their column, everything else to the
-/// left; a column is as wide as its longest text, counted in characters. Only the widths are
-/// stored: a program measures all rows first, and makes each row again to write it.
+/// A table. Numbers are aligned to the right of their column, everything else to the left; a column
+/// is as wide as its longest text, counted in characters.
 class Table {
 public:
-    /// Widens the columns for `row`.
-    void Measure(const Row& row);
+    void Add(Row row);
 
-    /// The line of a row, which must have been measured.
-    String Line(const Row& row) const;
+    /// Writes all lines to the standard output.
+    void Print() const;
 
 private:
+    String LineOf(const Row& row) const;
+
+    std::vector<Row> m_Rows;
     std::vector<std::size_t> m_Widths;
 };
 

@@ -20,44 +20,92 @@ Tree& TreeIn(Catalogue& catalogue, const std::string& path) {
     return *place;
 }
 
+using Findings = std::vector<const Finding*>;
+
+/// The paths that are gone.
+std::set<std::string> RemovedBy(const Findings& findings) {
+    std::set<std::string> removed;
+    for (const Finding* const finding : findings) {
+        if (finding->state == MISSING)
+            removed.insert(finding->entry.path);
+        else if (finding->state == MOVED)
+            removed.insert(finding->from);
+    }
+    return removed;
+}
+
+/// Puts the findings, which are sorted, in place of what there was. What couldn't be read stays as
+/// it was.
+std::vector<Entry> Applied(const Findings& findings, std::vector<Entry> before) {
+    const std::set<std::string> removed = RemovedBy(findings);
+    std::vector<Entry> entries;
+    entries.reserve(std::max(before.size(), findings.size()));
+    auto old = before.begin();
+    const auto keep = [&] {
+        if (removed.count(old->path) == 0)
+            entries.push_back(std::move(*old));
+        ++old;
+    };
+    for (const Finding* const finding : findings) {
+        if (finding->state == MISSING || finding->state == UNREADABLE)
+            continue;
+        while (old != before.end() && old->path < finding->entry.path)
+            keep();
+        if (old != before.end() && old->path == finding->entry.path)
+            ++old;
+        entries.push_back(finding->entry);
+    }
+    while (old != before.end())
+        keep();
+    return entries;
+}
+
 class Updater {
 public:
     Updater(Store& target, const Tree& scanned) : m_Store(target), m_Tree(scanned) {}
 
+    /// Stores from time to time what was found; each finding must stay where it is.
     void Take(const Finding& finding) {
-        m_Findings.push_back(finding);
+        m_Taken.push_back(&finding);
         const unsigned int now = GetSystemTickCount();
         if (CalculateTicksDifference(now, m_LastStored) < m_Pause)
             return;
-        Enter(std::exchange(m_Findings, {}), Exclusion());
+        StoreTaken();
         m_LastStored = GetSystemTickCount();
         m_Pause = std::max(m_Pause, MOST_STORING * CalculateTicksDifference(m_LastStored, now));
     }
 
-    void EnterTaken() {
-        if (!m_Findings.empty())
-            Enter(std::exchange(m_Findings, {}), Exclusion());
+    void StoreTaken() {
+        Findings taken = std::exchange(m_Taken, {});
+        std::sort(taken.begin(), taken.end(),
+                  [](const Finding* a, const Finding* b) { return a->entry.path < b->entry.path; });
+        if (!taken.empty())
+            Put(taken, Exclusion());
     }
 
-    void Enter(std::vector<Finding> findings, const Exclusion& exclusion) {
-        std::stable_sort(findings.begin(), findings.end(), [](const Finding& a, const Finding& b) {
-            return a.entry.path < b.entry.path;
-        });
+    void StoreAll(const std::vector<Finding>& findings, const Exclusion& exclusion) {
+        Findings all;
+        for (const Finding& finding : findings)
+            all.push_back(&finding);
+        Put(all, exclusion);
+    }
+
+private:
+    /// Takes what is excluded out of the tree.
+    void Put(const Findings& findings, const Exclusion& exclusion) {
         m_Store.Change([&](Catalogue& catalogue) {
             Tree& tree = TreeIn(catalogue, m_Tree.path);
             std::vector<Entry> entries = std::move(tree.entries);
             std::erase_if(entries,
                           [&](const Entry& entry) { return exclusion.Covers(entry.path); });
-            Apply(findings, entries);
             tree = m_Tree;
-            tree.entries = std::move(entries);
+            tree.entries = Applied(findings, std::move(entries));
         });
     }
 
-private:
     Store& m_Store;
     const Tree& m_Tree;
-    std::vector<Finding> m_Findings;  ///< Those that are not in the store.
+    Findings m_Taken;  ///< Those that are not in the store.
     unsigned int m_LastStored = GetSystemTickCount();
     unsigned int m_Pause = BETWEEN_STORES;
 };
@@ -71,43 +119,15 @@ Report Update(Store& store, const Directory& directory, const Tree& tree, Examin
     header.entries.clear();
     Updater updater(store, header);
     how.onFinding = [&](const Finding& finding) { updater.Take(finding); };
-    Report report;
+    std::vector<Finding> findings;
     try {
-        const std::vector<Finding> findings = Examine(directory, before, how);
-        updater.Enter(findings, directory.selection.exclusion);
-        report.Add(directory.base, findings, true);
+        Examine(directory, before, how, findings);
     } catch (...) {
-        updater.EnterTaken();
+        updater.StoreTaken();
         throw;
     }
+    updater.StoreAll(findings, directory.selection.exclusion);
+    Report report;
+    report.Add(directory.base, findings, true);
     return report;
-}
-
-void Apply(const std::vector<Finding>& findings, std::vector<Entry>& entries) {
-    std::set<std::string> removed;
-    for (const Finding& finding : findings) {
-        if (finding.state == MISSING)
-            removed.insert(finding.entry.path);
-        else if (finding.state == MOVED)
-            removed.insert(finding.from);
-    }
-    std::vector<Entry> merged;
-    merged.reserve(std::max(entries.size(), findings.size()));
-    auto old = entries.begin();
-    const auto keepUntil = [&](const std::string* path) {
-        for (; old != entries.end() && (path == nullptr || old->path < *path); ++old) {
-            if (removed.count(old->path) == 0)
-                merged.push_back(std::move(*old));
-        }
-    };
-    for (const Finding& finding : findings) {
-        if (finding.state == MISSING || finding.state == UNREADABLE)
-            continue;
-        keepUntil(&finding.entry.path);
-        if (old != entries.end() && old->path == finding.entry.path)
-            ++old;
-        merged.push_back(finding.entry);
-    }
-    keepUntil(nullptr);
-    entries = std::move(merged);
 }

@@ -2,8 +2,6 @@
 #ifndef CATALOG_UPDATE_H
 #define CATALOG_UPDATE_H
 
-#include <vector>
-
 #include "entry.h"
 #include "examine.h"
 #include "report.h"
@@ -13,8 +11,5 @@
 /// entries are not looked at. What was found is stored from time to time, and also if an exception
 /// ends the run.
 Report Update(Store& store, const Directory& directory, const Tree& tree, Examination how);
-
-/// Puts the findings in place of what `entries` had there. What couldn't be read stays as it was.
-void Apply(const std::vector<Finding>& findings, std::vector<Entry>& entries);
 
 #endif

@@ -95,7 +95,9 @@ void VerifyTree(const Task& task, const Examination& how, bool isElsewhere, Repo
     try {
         const Directory directory(task.base, task.selection);
         AppendStatus("reading the files");
-        report.Add(directory.base, Examine(directory, task.tree->entries, how), false);
+        std::vector<Finding> findings;
+        Examine(directory, task.tree->entries, how, findings);
+        report.Add(directory.base, findings, false);
     } catch (const std::system_error& error) {
         if (isElsewhere)
             throw;
