@@ -162,8 +162,9 @@ inline void CacheManager::moveToMRU_InRC(std::list<CacheNode>::iterator& node) {
     m_ReadIndex->MoveToBack(node);
 }
 
-// A thread that was killed in between would leave a copy that has the id, but not yet the data.
-void CacheManager::copyNodeID_ToRC(std::list<CacheNode>::iterator& node) {
+// Apart, so that the usual find stays short. A thread that was killed in between would leave a copy
+// that has the id, but not yet the data.
+[[gnu::noinline]] void CacheManager::copyNodeID_ToRC(std::list<CacheNode>::iterator& node) {
     const platform::StopDeferral untilCopied;
     const unsigned int id = node->getNodeID();
     auto found = m_ReadIndex->FindFirst(id);
