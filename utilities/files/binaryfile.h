@@ -40,8 +40,8 @@
 ///     -3   the mode forbids the write (EBADF), or there can't be a record of that number (EINVAL;
 ///          EFBIG beyond the last number)
 ///     -8   changeHeaderSize, changeRecordSize: the object is open (EBUSY), or the size is 0
-///     (EINVAL) -9   another one had the lock on the header for 10 seconds (EAGAIN), or it can't be
-///     taken
+///          (EINVAL)
+///     -9   another one had the lock on the header for 10 seconds (EAGAIN), or it can't be taken
 ///          (the system's reason)
 ///     -10  the same for the lock on a record, or on the file's end
 ///

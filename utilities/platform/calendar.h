@@ -42,8 +42,7 @@ const tm* gmtime(const std::int32_t* seconds);
 /// - 0: standard time, also where daylight saving time is in force, so that the result less
 ///   `_timezone()` is always the fields read as GMT;
 /// - positive: daylight saving time, if the zone has any within a year of then, otherwise what is
-/// in
-///   force;
+///   in force;
 /// - negative: what is in force.
 std::int32_t mktime(tm* record);
 

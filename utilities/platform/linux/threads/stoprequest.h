@@ -5,12 +5,11 @@
 ///
 ///     NONE       Nobody asks.
 ///     ASKED      The requester has sent the signal. It may take the request back.
-///     DEFERRED   The thread was under a `StopDeferral` when the signal came. It looks at the
-///     request
-///                again in its waits and at the end of the deferral. The requester may take it
-///                back.
-///     DECIDING   The thread looks whether it can stop where it is. A few steps; nobody takes it
-///     back. AGREED     The thread stops: it parks, leaves its frames, or exits on the spot.
+///     DEFERRED   The thread was under a `StopDeferral` when the signal came. It looks again in
+///                its waits and at the end of the deferral. The requester may take it back.
+///     DECIDING   The thread looks whether it can stop where it is. A few steps; nobody takes
+///                it back.
+///     AGREED     The thread stops: it parks, leaves its frames, or exits on the spot.
 ///
 /// NONE to ASKED, and back from ASKED or DEFERRED, are the requester's steps, all others the
 /// thread's; each is one exchange, so a thread never stops for a request that was taken back. From
