@@ -168,7 +168,8 @@ bool RunThreads() noexcept {
     if (!thread.Create(true, 0)) {
         EXPECT_EQ(thread.getHandle(), nullptr);
         failure.times = 0;
-        EXPECT_TRUE(thread.Create(true, 0) && thread.Terminate(0));
+        EXPECT_TRUE(thread.Create(true, 0));
+        EXPECT_TRUE(thread.Terminate(0));
         return false;
     }
     const bool resumed = thread.Resume() == 1;
@@ -271,7 +272,9 @@ TEST(FailingCall, ThatTellsOfALateWriteLeavesTheFileOpen) {
     failure = {.error = EIO, .times = 1, .only = "close"};
     EXPECT_EQ(file.closeFile(), -1);
     EXPECT_EQ(errno, EIO);
-    EXPECT_TRUE(file.isOpen() && file.isHeaderLocked() && file.getLockedRecord() == 0);
+    EXPECT_TRUE(file.isOpen());
+    EXPECT_TRUE(file.isHeaderLocked());
+    EXPECT_EQ(file.getLockedRecord(), 0u);
     EXPECT_EQ(file.closeFile(), 0);
     failure = {};
 }

@@ -293,9 +293,11 @@ TEST_F(BinaryFileTest, GivesUpTenSecondsAfterAnothersLock) {
         {"r2", -10}, {"w2", -10}, {"w4", -10}, {"R", -9}, {"W", -9}};
     for (const auto& [step, result] : ROWS) {
         const long start = frozenTime;
-        EXPECT_TRUE(Do(other, step) == result && errno == EAGAIN) << step;
+        EXPECT_EQ(Do(other, step), result) << step;
+        EXPECT_EQ(errno, EAGAIN) << step;
         EXPECT_EQ((frozenTime - start) / 100, 100) << step;
-        EXPECT_TRUE(other.getLockedRecord() == 0 && other.getRecordBuffer()[0] == '1') << step;
+        EXPECT_EQ(other.getLockedRecord(), 0u) << step;
+        EXPECT_EQ(other.getRecordBuffer()[0], '1') << step;
     }
     // The end is another lock, for whoever adds.
     SetLock(F_WRLCK, FILE_END);
@@ -304,7 +306,8 @@ TEST_F(BinaryFileTest, GivesUpTenSecondsAfterAnothersLock) {
     for (const auto& [file, step, result] :
          {std::tuple(&other, "w4", -10), std::tuple(&appender, "c", -1)}) {
         const long start = frozenTime;
-        EXPECT_TRUE(Do(*file, step) == result && errno == EAGAIN) << step;
+        EXPECT_EQ(Do(*file, step), result) << step;
+        EXPECT_EQ(errno, EAGAIN) << step;
         EXPECT_EQ((frozenTime - start) / 100, 100) << step;
     }
     SetLock(F_UNLCK, FILE_END);

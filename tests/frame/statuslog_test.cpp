@@ -24,7 +24,8 @@ TEST(StatusLog, KeepsWhatTheLastRunLeftAndFailsSilently) {
         VYStatusLogWrite(text);
         EXPECT_EQ(ReadFile(current), text);
     }
-    EXPECT_TRUE(remove(current) && remove(lastStop));
+    EXPECT_TRUE(remove(current));
+    EXPECT_TRUE(remove(lastStop));
     VYStatusLogAppend("first");
     EXPECT_EQ(ReadFile(current), "\nfirst");
 

@@ -209,7 +209,8 @@ protected:
 TEST_F(Port, OpensAndClosesInAFixedOrder) {
     SetSerialDevice(PORT, nullptr);
     line = &simulated;
-    EXPECT_TRUE(comm.Open(PORT, 1200, 'e', 7, 2) && comm.IsPortOpen());
+    EXPECT_TRUE(comm.Open(PORT, 1200, 'e', 7, 2));
+    EXPECT_TRUE(comm.IsPortOpen());
     EXPECT_EQ(Log(), "/dev/ttyS7; 38400 8N1; +DTR; +RTS; 1200 7E2; drop in; drop out; ");
     // Once more: closed first, and refused parameters leave what the device has.
     EXPECT_TRUE(comm.Open(PORT, 115200, 'N', 8, 1));
@@ -218,7 +219,8 @@ TEST_F(Port, OpensAndClosesInAFixedOrder) {
     const std::pair<int, const char*> PORTS[] = {
         {0, "-DTR; -RTS; drop out; /dev/ttyS0; "}, {9, "/dev/ttyS9; "}, {-1, ""}, {INT_MAX, ""}};
     for (const auto& [port, log] : PORTS) {
-        EXPECT_FALSE(comm.Open(port, 9600, 'N', 8, 1) || comm.IsPortOpen()) << port;
+        EXPECT_FALSE(comm.Open(port, 9600, 'N', 8, 1)) << port;
+        EXPECT_FALSE(comm.IsPortOpen()) << port;
         EXPECT_EQ(Log(), log);
     }
 }
@@ -261,7 +263,9 @@ TEST_F(Port, AcceptsTheDocumentedRatesParitiesAndStopBits) {
         EXPECT_EQ(comm.SetBaud(50), *later != '\0') << later;
         EXPECT_EQ(Log(), std::string(set) + later);
         simulated.refusesSettings = true;
-        EXPECT_FALSE(comm.SetBaud(50) || comm.SetParity('N') || comm.SetPortA(50, 'N', 8, 1));
+        EXPECT_FALSE(comm.SetBaud(50));
+        EXPECT_FALSE(comm.SetParity('N'));
+        EXPECT_FALSE(comm.SetPortA(50, 'N', 8, 1));
     }
     // A device may be off by 2 %, which is 2616; otherwise its old settings are restored.
     OpenLine().highestRate = 130816 - 2617;
@@ -353,7 +357,8 @@ TEST_F(Port, ReadsOnlyWhatIsWaiting) {
         bool flag = true;
         EXPECT_EQ(comm.RxBuffer(buffer, length, &flag), result) << length << " of " << waiting;
         EXPECT_EQ(Bytes(11), std::string(result, 'r') + std::string(11 - result, '-'));
-        EXPECT_TRUE(flag && comm.RxSize() == waiting);
+        EXPECT_TRUE(flag);
+        EXPECT_EQ(comm.RxSize(), waiting);
     }
 }
 
@@ -469,11 +474,15 @@ TEST_F(Port, FailsAsDocumentedAfterTheDeviceIsGoneOrClosedByACopy) {
             return result == 0 && std::exchange(errno, 0) == reason;
         };
         EXPECT_EQ(port.IsPortOpen(), isOpen);
-        EXPECT_TRUE(fails(port.RxSize()) && fails(port.TxSize()));
+        EXPECT_TRUE(fails(port.RxSize()));
+        EXPECT_TRUE(fails(port.TxSize()));
         EXPECT_TRUE(fails(port.RxBuffer(buffer, 4, nullptr)));
         EXPECT_TRUE(fails(port.TxBuffer(buffer, 4, false)));
-        EXPECT_TRUE(fails(port.SetPortA(300, 'N', 8, 1)) && fails(port.SetBaud(300)));
-        EXPECT_TRUE(fails(port.SetParity('N')) && fails(port.GetCd()) && fails(port.GetCTS()));
+        EXPECT_TRUE(fails(port.SetPortA(300, 'N', 8, 1)));
+        EXPECT_TRUE(fails(port.SetBaud(300)));
+        EXPECT_TRUE(fails(port.SetParity('N')));
+        EXPECT_TRUE(fails(port.GetCd()));
+        EXPECT_TRUE(fails(port.GetCTS()));
         port.ClearRXBuffer();
         port.UseRtsCts(true);
         EXPECT_EQ(port.TxBuffer(buffer, 0, false), 1u);
@@ -490,7 +499,8 @@ TEST_F(Port, FailsAsDocumentedAfterTheDeviceIsGoneOrClosedByACopy) {
     EXPECT_EQ(comm.RxSize(), 4);
     close(std::exchange(side, -1));
     expectFailure(comm, true, EIO);
-    EXPECT_FALSE(Open(comm) || comm.IsPortOpen());
+    EXPECT_FALSE(Open(comm));
+    EXPECT_FALSE(comm.IsPortOpen());
 }
 
 }  // namespace

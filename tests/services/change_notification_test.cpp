@@ -11,7 +11,9 @@ namespace {
 TEST(ChangeReceiver, HasDefaultsThatDoNothing) {
     ChangeReceiver plain, other(plain);
     plain = other;
-    EXPECT_TRUE(plain.unlock() && plain.lock() && plain.lock());
+    EXPECT_TRUE(plain.unlock());
+    EXPECT_TRUE(plain.lock());
+    EXPECT_TRUE(plain.lock());
 }
 
 TEST(ContainerIds, AdvanceFromRunToRun) {

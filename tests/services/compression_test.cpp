@@ -64,7 +64,8 @@ TEST_F(Compression, RestoresWhatItCompressed) {
     EXPECT_STREQ(ZIP("a.txt", "b", true), getZipfileExtension());
     EXPECT_LT(fs::file_size("b.gz"), content.size() / 2);
     EXPECT_TRUE(UNZIP("b", "c.txt", false));
-    EXPECT_TRUE(ReadFile("c.txt") == content && ReadFile("a.txt") == content);
+    EXPECT_EQ(ReadFile("c.txt"), content);
+    EXPECT_EQ(ReadFile("a.txt"), content);
     // Not onto itself.
     fs::create_symlink("b.gz", "self");
     EXPECT_EQ(ReportOf([] { EXPECT_FALSE(UNZIP("b", "self", true)); }), REPORT);
@@ -91,7 +92,8 @@ TEST_F(Compression, RunsIfTheResultIsOlderOrForced) {
             make(name, source);
         for (const char* name : {"b", "b.gz"})
             make(name, result);
-        EXPECT_TRUE(*ZIP("a", "b", force) == '.' && UNZIP("a", "b", force));
+        EXPECT_EQ(*ZIP("a", "b", force), '.');
+        EXPECT_TRUE(UNZIP("a", "b", force));
         const char* const old = result == NONE ? "" : "oldold";
         EXPECT_EQ(ReadFile("b.gz") + ReadFile("b"), runs ? "2 -fc a\n2 -dfc a.gz\n" : old)
             << source;

@@ -66,8 +66,11 @@ TEST_F(FileFunctions, CreateFilesAndDirectoriesAndReadTheirStatus) {
     WriteFile("new", "text");
     CHMOD("new", "777");
     struct _stat info;
-    for (const bool made : {CREAT("new", 0777, std::pair(1, 1)), CREAT("new", 0777, "nobody")})
-        EXPECT_TRUE(made && IsFileExisting("new", &info) && info.st_size == 0);
+    for (const bool made : {CREAT("new", 0777, std::pair(1, 1)), CREAT("new", 0777, "nobody")}) {
+        EXPECT_TRUE(made);
+        EXPECT_TRUE(IsFileExisting("new", &info));
+        EXPECT_EQ(info.st_size, 0);
+    }
     EXPECT_EQ(info.st_mode & 0777, 0600u);
     EXPECT_EQ(MKDIR("folder", 0, 1, 1), 0);
     EXPECT_EQ(MKDIR("folder", 0, 1, 1), -1);
@@ -85,9 +88,12 @@ TEST_F(FileFunctions, CreateFilesAndDirectoriesAndReadTheirStatus) {
     const bool canGive = chown("new", 40000, 70000) == 0;
     const std::pair own(static_cast<int>(geteuid()), static_cast<int>(getegid())), none(-1, -1);
     EXPECT_EQ(getFileUidGid("new"), canGive ? std::pair(40000, 70000) : own);
-    for (const char* name : {"missing", "new/", "new\\", ""})
-        EXPECT_TRUE(getFileMtime(name) == 0 && getFileUidGid(name) == none) << name;
-    EXPECT_TRUE(getUserUidGid("root") == none && getUserUidGid(nullptr) == none);
+    for (const char* name : {"missing", "new/", "new\\", ""}) {
+        EXPECT_EQ(getFileMtime(name), 0) << name;
+        EXPECT_EQ(getFileUidGid(name), none) << name;
+    }
+    EXPECT_EQ(getUserUidGid("root"), none);
+    EXPECT_EQ(getUserUidGid(nullptr), none);
 }
 
 }  // namespace

@@ -140,7 +140,8 @@ TEST(Subsets, AreJudgedByValueUpToTheFirstNul) {
         const WString wide(text);
         const String narrow(Narrow(text.begin(), text.end()));
         Narrow ascii = "old", latin1 = "old";
-        EXPECT_TRUE(wide.ToASCIIString(ascii) && wide.ToLatin1String(latin1));
+        EXPECT_TRUE(wide.ToASCIIString(ascii));
+        EXPECT_TRUE(wide.ToLatin1String(latin1));
         EXPECT_EQ(std::pair(ascii, latin1), std::pair(toAscii, toLatin1));
         // A text is of the subset where nothing had to be replaced.
         const std::pair isSubset(toAscii.find('?') == Narrow::npos,

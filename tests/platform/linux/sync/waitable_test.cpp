@@ -73,7 +73,9 @@ TEST(Waitable, EachGiftReachesOneWaiterAndClosingFailsTheOthers) {
         {
             Runner one([&] { wait(INFINITE); }), two([&] { wait(INFINITE); });
             Runner three([&] { wait(60000); });
-            ASSERT_TRUE(one.IsAsleep() && two.IsAsleep() && three.IsAsleep());
+            ASSERT_TRUE(one.IsAsleep());
+            ASSERT_TRUE(two.IsAsleep());
+            ASSERT_TRUE(three.IsAsleep());
             row.give(row.object);
             EXPECT_TRUE(Eventually([&] { return released == row.released; }));
             int left = 0;
@@ -109,7 +111,8 @@ TEST(Waitable, NoWaitEndsEarlyUnderSignals) {
                 std::this_thread::yield();
             }
         }
-        EXPECT_TRUE((object != thread || TerminateThread(thread, 0)) && CloseHandle(object));
+        EXPECT_TRUE((object != thread || TerminateThread(thread, 0)));
+        EXPECT_TRUE(CloseHandle(object));
     }
     std::signal(SIGUSR1, SIG_DFL);
 }
@@ -126,9 +129,10 @@ TEST(Waitable, ClosedAndForeignHandlesFail) {
         stale.push_back(reinterpret_cast<Handle>(value));
     for (Handle const handle : stale) {
         EXPECT_EQ(WaitForSingleObject(handle, INFINITE), WAIT_FAILED) << handle;
-        EXPECT_FALSE(ReleaseMutex(handle) || ReleaseSemaphore(handle) || SetEvent(handle) ||
-                     ResetEvent(handle) || CloseHandle(handle) || TerminateThread(handle, 0) ||
-                     SetThreadPriority(handle, 0))
+        EXPECT_EQ((std::vector<bool>{ReleaseMutex(handle), ReleaseSemaphore(handle),
+                                     SetEvent(handle), ResetEvent(handle), CloseHandle(handle),
+                                     TerminateThread(handle, 0), SetThreadPriority(handle, 0)}),
+                  std::vector<bool>(7))
             << handle;
         EXPECT_EQ(SuspendThread(handle) & ResumeThread(handle), COUNT_FAILED);
         EXPECT_EQ(GetThreadPriority(handle), THREAD_PRIORITY_ERROR_RETURN);
@@ -138,7 +142,9 @@ TEST(Waitable, ClosedAndForeignHandlesFail) {
         EXPECT_EQ(WaitForSingleObject(handle, 0), WAIT_OBJECT_0);
         EXPECT_TRUE(CloseHandle(handle));
     }
-    EXPECT_TRUE(!CreateSemaphoreA(-1, 1) && !CreateSemaphoreA(0, 0) && !CreateSemaphoreA(2, 1));
+    EXPECT_FALSE(CreateSemaphoreA(-1, 1));
+    EXPECT_FALSE(CreateSemaphoreA(0, 0));
+    EXPECT_FALSE(CreateSemaphoreA(2, 1));
 }
 
 TEST(Waitable, ObjectsComeAndGoWhileOthersUseThem) {
