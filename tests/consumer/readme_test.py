@@ -1,6 +1,6 @@
 """readme_test.py SOURCE WORK_DIR: what README.md says for a project of one's own, done word by word.
 
-The first commands run in the source tree, in the build of the release preset; the others beside the program.
+The first commands run in the source tree, the others beside the program.
 """
 
 import os
