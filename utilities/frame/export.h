@@ -4,9 +4,9 @@
 
 #define UTILITIES_EXPORT __attribute__((visibility("default")))
 
-/// Marks a member of an exported class that is defined in a header, for the sake of time. The source
-/// of the header's name defines `UTILITIES_EMIT_INLINE` in front of it and so exports the member, as
-/// clients do that don't inline it.
+/// Marks a member of an exported class that is defined in a header, for the sake of time. The
+/// source of the header's name defines `UTILITIES_EMIT_INLINE` in front of it and so exports the
+/// member, as clients do that don't inline it.
 #ifdef UTILITIES_EMIT_INLINE
 #define UTILITIES_INLINE UTILITIES_EXPORT __attribute__((used)) inline
 #else
