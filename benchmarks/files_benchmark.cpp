@@ -15,9 +15,11 @@
 #endif
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <numeric>
 #include <string>
@@ -91,9 +93,10 @@ struct BareFile {
     char buffer[SIZE];
 };
 
-#ifdef UTILITIES_HAS_POCO
-struct PocoFile {
-    PocoFile() : file(RecordsPath(), std::ios::in | std::ios::out) {}
+/// A file as a stream of the standard library or of Poco.
+template <class Stream>
+struct StreamFile {
+    StreamFile() : file(RecordsPath(), std::ios::in | std::ios::out) {}
     const void* Read(unsigned int record) {
         file.seekg(std::streamoff{record} * SIZE);
         Check(static_cast<bool>(file.read(buffer, SIZE)));
@@ -103,10 +106,25 @@ struct PocoFile {
         file.seekp(std::streamoff{record} * SIZE);
         Check(static_cast<bool>(file.write(bytes, SIZE)));
     }
-    Poco::FileStream file;
+    Stream file;
     char buffer[SIZE];
 };
-#endif
+
+struct CFile {
+    CFile() : file(std::fopen(RecordsPath().c_str(), "r+b")) {}
+    ~CFile() { std::fclose(file); }
+    const void* Read(unsigned int record) {
+        std::fseek(file, long{record} * SIZE, SEEK_SET);
+        Check(std::fread(buffer, SIZE, 1, file) == 1);
+        return buffer;
+    }
+    void Write(unsigned int record, const char* bytes) {
+        std::fseek(file, long{record} * SIZE, SEEK_SET);
+        Check(std::fwrite(bytes, SIZE, 1, file) == 1);
+    }
+    std::FILE* file;
+    char buffer[SIZE];
+};
 
 #ifdef UTILITIES_HAS_QT
 struct QtFile {
@@ -267,9 +285,11 @@ void SumBare(benchmark::State& state) {
 const bool REGISTERED = [] {
     MeasureRecords<OwnFile<BinaryFile::BF_DENYRW>>("Utilities");
     MeasureRecords<BareFile>("lseek and read");
+    MeasureRecords<StreamFile<std::fstream>>("std::fstream");
+    MeasureRecords<CFile>("stdio");
     MeasureShared<OwnFile<BinaryFile::BF_DENYNO>>("Utilities");
 #ifdef UTILITIES_HAS_POCO
-    MeasureRecords<PocoFile>("Poco");
+    MeasureRecords<StreamFile<Poco::FileStream>>("Poco");
 #endif
 #ifdef UTILITIES_HAS_QT
     MeasureRecords<QtFile>("Qt");

@@ -20,6 +20,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <locale>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -72,6 +73,14 @@ void MeasureOwn(const Case& row) {
         static std::ostringstream stream;
         return TextBy(stream, at);
     });
+    Measure("Time/" + name + ", text in C.UTF-8/Utilities", instant, [](const BqGMTime& at) {
+        static std::ostringstream stream = [] {
+            std::ostringstream localized;
+            localized.imbue(std::locale("C.UTF-8"));
+            return localized;
+        }();
+        return TextBy(stream, at);
+    });
 }
 
 void MeasureHost(const Case& row) {
@@ -88,6 +97,13 @@ void MeasureHost(const Case& row) {
         char text[64];
         localtime_r(&at, &local);
         return std::string(text, std::strftime(text, sizeof text, "%X %x", &local));
+    });
+    Measure("Time/" + name + ", text in C.UTF-8/C library", row.seconds, [](std::time_t at) {
+        static const locale_t locale = newlocale(LC_ALL_MASK, "C.UTF-8", nullptr);
+        struct tm local;
+        char text[64];
+        localtime_r(&at, &local);
+        return std::string(text, strftime_l(text, sizeof text, "%X %x", &local, locale));
     });
 }
 
