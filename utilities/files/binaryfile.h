@@ -32,6 +32,9 @@
 ///   succeed and deny nothing, records can be appended, and an operation that needs a lock on the
 ///   header or a record returns -9 or -10.
 /// - They end when the file is closed, and when the process ends, however that happens.
+/// - With BF_DENYWR and BF_DENYRW, records that are read in order are read ahead, up to 64 KiB, as
+///   nobody else may write them. What a program writes that knows of no share modes can show late.
+///   Writes are never held back.
 ///
 /// **Results** below 0 are codes, and `errno` holds the reason:
 ///
