@@ -4,6 +4,7 @@
 #define UTILITIES_PLATFORM_WIDETEXT_H
 
 #include <cstddef>
+#include <string>
 
 #include "utilities/frame/types.h"
 
@@ -25,6 +26,13 @@ std::size_t mbstowcs(WideChar* out, const char* text, std::size_t length);
 /// surrogates is one character; one without its other half, and a character that the locale doesn't
 /// have, make it `CONVERSION_FAILED`.
 std::size_t wcstombs(char* out, const WideChar* text, std::size_t length, std::size_t capacity);
+
+/// Replaces `out` by the conversion of `text`, or by the empty text where that fails. `out` takes
+/// no more memory than it needs in UTF-8 and in the "C" locale. A wide text has at most `most`
+/// bytes.
+void ConvertText(std::basic_string<WideChar>& out, const std::basic_string<char>& text);
+void ConvertText(std::basic_string<char>& out, const std::basic_string<WideChar>& text,
+                 std::size_t most);
 
 /// Whether the locale counts the character as white space; it never does half of a pair.
 bool isspace(char c);

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <memory>
 
 #include "utilities/platform/widetext.h"
 #include "utilities/runtime/print.h"
@@ -20,48 +19,28 @@ struct Width;
 
 template <>
 struct Width<char> {
-    using Other = WideChar;
     static constexpr auto Print = runtime::_vsnprintf;
     static constexpr auto IsSpace = platform::isspace;
     static constexpr auto Upper = platform::toupper;
     static constexpr auto Lower = platform::tolower;
-    static std::size_t Capacity(const WideBase& source) { return 2 * source.size() + 2; }
-    static std::size_t Convert(char* out, const WideBase& source) {
-        return platform::wcstombs(out, source.c_str(), source.size(), Capacity(source));
-    }
 };
 
 template <>
 struct Width<WideChar> {
-    using Other = char;
     static constexpr auto Print = runtime::_vsnwprintf;
     static constexpr auto IsSpace = platform::iswspace;
     static constexpr auto Upper = platform::towupper;
     static constexpr auto Lower = platform::towlower;
-    static std::size_t Capacity(const NarrowBase& source) { return source.size(); }
-    static std::size_t Convert(WideChar* out, const NarrowBase& source) {
-        return platform::mbstowcs(out, source.c_str(), source.size());
-    }
 };
 
 template <class Char>
 using Text = std::basic_string<Char>;
-template <class Char>
-using OtherText = std::basic_string<typename Width<Char>::Other>;
 
-/// The one step that converts between the widths: replaces `out` by the conversion of `source`, or
+/// The one step that converts between the widths: replaces `out` by the conversion of the text, or
 /// by the empty text where that fails.
-template <class Char>
-void ConvertInto(Text<Char>& out, const OtherText<Char>& source) {
-    constexpr std::size_t ON_STACK = 512;
-    const std::size_t capacity = Width<Char>::Capacity(source);
-    Char local[ON_STACK];
-    std::unique_ptr<Char[]> heap;
-    if (capacity > ON_STACK)
-        heap = std::make_unique_for_overwrite<Char[]>(capacity);
-    Char* const buffer = heap ? heap.get() : local;
-    const std::size_t count = Width<Char>::Convert(buffer, source);
-    out.assign(buffer, count == platform::CONVERSION_FAILED ? 0 : count);
+void Convert(WideBase& out, const NarrowBase& text) { platform::ConvertText(out, text); }
+void Convert(NarrowBase& out, const WideBase& text) {
+    platform::ConvertText(out, text, 2 * text.size() + 2);
 }
 
 template <class Char>
@@ -132,11 +111,11 @@ bool Print(Text<Char>& text, const Char* format, std::va_list arguments) {
 
 String::String(const char* text) : NarrowBase(text) {}
 String::String(const NarrowBase& text) : NarrowBase(text) {}
-String::String(const WideBase& text) { ConvertInto<char>(*this, text); }
+String::String(const WideBase& text) { Convert(*this, text); }
 String::String(const String& other) = default;
 String& String::operator=(const String& other) = default;
 
-void String::Assign(const WideBase& text) { ConvertInto<char>(*this, text); }
+void String::Assign(const WideBase& text) { Convert(*this, text); }
 void String::Append(const WideBase& text) { append(String(text)); }
 void String::Insert(unsigned int pos, const WideBase& text) { insert(pos, String(text)); }
 void String::Replace(unsigned int pos, unsigned int count, const WideBase& text) {
@@ -163,7 +142,7 @@ int String::Find_last_not_of(const WideBase& text, unsigned int pos) const {
     return static_cast<int>(find_last_not_of(String(text), pos));
 }
 
-void String::ToWideString(WideBase& out) const { ConvertInto<WideChar>(out, *this); }
+void String::ToWideString(WideBase& out) const { Convert(out, *this); }
 bool String::IsASCII() const { return AllPass<char>(*this, IsASCIIValue<char>); }
 bool String::IsLatin1() const { return AllPass<char>(*this, IsLatin1Value<char>); }
 
@@ -187,12 +166,12 @@ bool String::LoadStringA(unsigned int) {
 
 WString::WString(const WideChar* text) : WideBase(text) {}
 WString::WString(const WideBase& text) : WideBase(text) {}
-WString::WString(const NarrowBase& text) { ConvertInto<WideChar>(*this, text); }
-WString::WString(const char* text) { ConvertInto<WideChar>(*this, NarrowBase(text)); }
+WString::WString(const NarrowBase& text) { Convert(*this, text); }
+WString::WString(const char* text) { Convert(*this, NarrowBase(text)); }
 WString::WString(const WString& other) = default;
 WString& WString::operator=(const WString& other) = default;
 
-void WString::Assign(const NarrowBase& text) { ConvertInto<WideChar>(*this, text); }
+void WString::Assign(const NarrowBase& text) { Convert(*this, text); }
 void WString::Append(const NarrowBase& text) { append(WString(text)); }
 void WString::Insert(unsigned int pos, const NarrowBase& text) { insert(pos, WString(text)); }
 void WString::Replace(unsigned int pos, unsigned int count, const NarrowBase& text) {
@@ -219,7 +198,7 @@ int WString::Find_last_not_of(const NarrowBase& text, unsigned int pos) const {
     return static_cast<int>(find_last_not_of(WString(text), pos));
 }
 
-void WString::ToNarrowString(NarrowBase& out) const { ConvertInto<char>(out, *this); }
+void WString::ToNarrowString(NarrowBase& out) const { Convert(out, *this); }
 bool WString::ToASCIIString(NarrowBase& out) const {
     return ToSubset(out, *this, IsASCIIValue<WideChar>);
 }

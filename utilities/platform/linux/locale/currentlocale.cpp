@@ -2,17 +2,20 @@
 
 #include <langinfo.h>
 
+#include <cstddef>
+#include <utility>
+
 namespace platform {
 
 namespace {
 
-/// Compares in place: the call to the C library costs more than the few characters.
-bool AreEqual(const char* a, const char* b) {
-    for (; *a == *b; ++a, ++b) {
-        if (*a == '\0')
-            return true;
+/// Compares in place, character by character without a loop: the call to the C library costs more.
+template <std::size_t SIZE>
+bool AreEqual(const char* text, const char (&expected)[SIZE]) {
+    return [&]<std::size_t... I>(std::index_sequence<I...>) {
+        return ((text[I] == expected[I]) && ...);
     }
-    return false;
+    (std::make_index_sequence<SIZE>());
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "utilities/platform/widetext.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <cwctype>
@@ -7,6 +8,7 @@
 #include <memory>
 
 #include "utilities/platform/currentlocale.h"
+#include "utilities/runtime/overwrite.h"
 #include "utilities/runtime/surrogates.h"
 #include "utilities/runtime/utf8.h"
 
@@ -77,22 +79,80 @@ WideChar MapUnit(Function function, WideChar c) {
     return mapped <= 0xFFFF ? static_cast<WideChar>(mapped) : c;
 }
 
-}  // namespace
-
-std::size_t mbstowcs(WideChar* out, const char* text, std::size_t length) {
-    const Encoding encoding = NarrowEncoding();
+/// The conversions in the encoding of narrow text.
+std::size_t ToWide(Encoding encoding, WideChar* out, const char* text, std::size_t length) {
     if (encoding == Encoding::OTHER)
         return HostToWide(out, text, length);
     const auto convert = encoding == Encoding::UTF8 ? runtime::DecodeUtf8 : runtime::DecodeAscii;
     return convert(out, text, length);
 }
 
-std::size_t wcstombs(char* out, const WideChar* text, std::size_t length, std::size_t capacity) {
-    const Encoding encoding = NarrowEncoding();
+std::size_t ToNarrow(Encoding encoding, char* out, const WideChar* text, std::size_t length,
+                     std::size_t capacity) {
     if (encoding == Encoding::OTHER)
         return HostToNarrow(out, text, length, capacity);
     const auto convert = encoding == Encoding::UTF8 ? runtime::EncodeUtf8 : runtime::EncodeAscii;
     return convert(out, text, length, capacity);
+}
+
+/// Most texts are ASCII, of which the length is known before. False for any other.
+template <class Out, class In>
+bool FillWithAscii(std::basic_string<Out>& out, const std::basic_string<In>& text) {
+    const std::size_t length = text.size();
+    if (runtime::PlainLength(text.data(), length) != length)
+        return false;
+    runtime::Overwrite(out, length, [&](Out* to) {
+        runtime::CopyAscii(to, text.data(), length);
+        return length;
+    });
+    return true;
+}
+
+/// Replaces `out` by the result of `convert`, a conversion to at most `capacity` characters.
+template <class Char, class Convert>
+void Fill(std::basic_string<Char>& out, std::size_t capacity, Convert convert) {
+    constexpr std::size_t ON_STACK = 512;
+    Char local[ON_STACK];
+    std::unique_ptr<Char[]> heap;
+    if (capacity > ON_STACK)
+        heap = std::make_unique_for_overwrite<Char[]>(capacity);
+    Char* const buffer = heap ? heap.get() : local;
+    const std::size_t count = convert(buffer);
+    out.assign(buffer, count == CONVERSION_FAILED ? 0 : count);
+}
+
+}  // namespace
+
+std::size_t mbstowcs(WideChar* out, const char* text, std::size_t length) {
+    return ToWide(NarrowEncoding(), out, text, length);
+}
+
+std::size_t wcstombs(char* out, const WideChar* text, std::size_t length, std::size_t capacity) {
+    return ToNarrow(NarrowEncoding(), out, text, length, capacity);
+}
+
+void ConvertText(std::basic_string<WideChar>& out, const std::basic_string<char>& text) {
+    const Encoding encoding = NarrowEncoding();
+    if (encoding != Encoding::OTHER && FillWithAscii(out, text))
+        return;
+    Fill(out, text.size(),
+         [&](WideChar* to) { return ToWide(encoding, to, text.c_str(), text.size()); });
+}
+
+void ConvertText(std::basic_string<char>& out, const std::basic_string<WideChar>& text,
+                 std::size_t most) {
+    const Encoding encoding = NarrowEncoding();
+    if (encoding != Encoding::OTHER && FillWithAscii(out, text))
+        return;
+    const std::size_t capacity = std::max(most, runtime::Utf8Capacity(text.size()));
+    Fill(out, capacity, [&](char* to) {
+        const auto convert = [&](std::size_t limit) {
+            return ToNarrow(encoding, to, text.c_str(), text.size(), limit);
+        };
+        // Few texts need more than `most`, or fail, perhaps only after what is wanted of them.
+        const std::size_t count = convert(capacity);
+        return count <= most ? count : convert(most);
+    });
 }
 
 bool isspace(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }
