@@ -350,30 +350,31 @@ TEST(Threads, KilledOrEndedInALoopLeaveNothingBehind) {
 }
 
 TEST(Threads, RequestsWaitForTheLastDeferral) {
-    static std::atomic<int> stage;
+    static std::atomic<bool> isDeferred, mayGoOn, isOver;
     for (const bool kill : {false, true}) {
-        stage = 0;
+        isDeferred = mayGoOn = isOver = false;
+        // Again and again: where a request has to wait long it is taken back and made anew.
         Started thread([](void*) -> unsigned int {
-            {
-                const StopDeferral outer, inner;
-                for (stage = 1; stage == 1;)
+            while (!isOver) {
+                const StopDeferral outer;
+                isDeferred = true;
+                for (const StopDeferral inner; !mayGoOn;)
                     ++steps;
                 WaitForSingleObject(nullptr, 0);
-                stage = 3;
+                isDeferred = false;
             }
-            stage = 4;
             return 0;
         });
-        ASSERT_TRUE(Eventually([] { return stage == 1; }));
+        ASSERT_TRUE(Eventually([] { return isDeferred.load(); }));
         const std::jthread releasing([asker = GetCurrentThreadId()] {
             EXPECT_TRUE(FallsAsleep(asker)) << "it waits for the thread to take notice";
-            stage = 2;
+            mayGoOn = true;
         });
         EXPECT_TRUE(kill ? TerminateThread(thread.handle, 0) : !SuspendThread(thread.handle));
-        EXPECT_EQ(stage, 3);
+        EXPECT_FALSE(isDeferred);
+        isOver = true;
         EXPECT_EQ(ResumeThread(thread.handle), kill ? COUNT_FAILED : 1u);
         EXPECT_TRUE(thread.Ends(20000));
-        EXPECT_EQ(stage, kill ? 3 : 4);
     }
 }
 
