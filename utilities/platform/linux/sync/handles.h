@@ -61,7 +61,7 @@ inline Kind KindOf(std::uint64_t handle) {
 }
 inline Kind KindOf(Handle handle) { return KindOf(NumberOf(handle)); }
 inline std::uint32_t IndexOf(std::uint64_t handle) {
-    return (static_cast<std::uint32_t>(handle) & (SLOT_LIMIT - 1) << KIND_BITS) >> KIND_BITS;
+    return static_cast<std::uint32_t>(handle >> KIND_BITS) & (SLOT_LIMIT - 1);
 }
 
 /// In the word of a semaphore or event: threads wait in the queue.
@@ -81,9 +81,10 @@ public:
     /// The slot that the handle names, null where the table has none. The slot's own handle tells
     /// whether the object is still the same.
     static Slot* Find(Handle handle) {
+        constexpr std::uint64_t BEYOND_FIRST = (SLOT_LIMIT - CHUNK_SIZE) << KIND_BITS;
         const std::uint32_t index = IndexOf(NumberOf(handle));
-        if (index < CHUNK_SIZE) [[likely]]
-            return &firstChunk[index];
+        if ((NumberOf(handle) & BEYOND_FIRST) == 0) [[likely]]
+            return &firstChunk[index % CHUNK_SIZE];
         Slot* const chunk = chunks[index / CHUNK_SIZE].load(std::memory_order_acquire);
         return chunk != nullptr ? chunk + index % CHUNK_SIZE : nullptr;
     }

@@ -199,6 +199,9 @@ void FinishRelease(Slot& slot) {
 }
 
 std::uint32_t AcquireMutexSlowly(Slot& slot, Handle handle, std::uint32_t milliseconds) {
+    // What `AcquireMutexAtOnce` leaves.
+    if (Slot* const last = current.released; last != nullptr && IsFree(*last))
+        WakeIfAwaited(*last);
     std::uint32_t result = TryAcquire(slot, handle);
     if (result == BLOCKED && milliseconds == 0)
         return WAIT_TIMEOUT;

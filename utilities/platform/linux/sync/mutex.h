@@ -44,6 +44,12 @@ inline constexpr std::uint32_t DEEPEST = 0xFFFFFFFF;
 /// time, for any slot.
 void FinishRelease(Slot& slot);
 
+/// The look at the marks after a release.
+inline void WakeIfAwaited(Slot& slot) {
+    if (slot.marks.load(std::memory_order_relaxed) != 0) [[unlikely]]
+        FinishRelease(slot);
+}
+
 /// Frees a mutex that the caller holds once.
 inline void ReleaseSlot(Slot& slot) {
     current.released = &slot;
@@ -51,8 +57,7 @@ inline void ReleaseSlot(Slot& slot) {
     slot.owner.store(0, std::memory_order_release);
     std::atomic_signal_fence(std::memory_order_seq_cst);
     current.held = current.held - 1;
-    if (slot.marks.load(std::memory_order_relaxed) != 0) [[unlikely]]
-        FinishRelease(slot);
+    WakeIfAwaited(slot);
 }
 
 /// Takes the mutex where it is free or the caller's, whose id is `self`. NOT leaves all to
@@ -76,8 +81,9 @@ inline Acquired AcquireMutexAtOnce(Slot& slot, Handle handle, std::uint32_t self
                                            std::memory_order_relaxed)) [[likely]] {
         if (IsOpen(slot, handle)) [[likely]]
             return Acquired::FIRST;
-        ReleaseSlot(slot);
-        return Acquired::NOT;
+        // It can be another mutex by now: `AcquireMutexSlowly` looks who waits.
+        current.released = &slot;
+        slot.owner.store(0, std::memory_order_release);
     }
     current.held = current.held - 1;
     return Acquired::NOT;
