@@ -172,10 +172,10 @@ def text(name):
 class Mutex:
     """A mutex that clients see in the list, or one that the library has for itself."""
 
-    def __init__(self, name="(not in the list)", is_untimed=True, time_of_lock=0, owner=0, waiters=()):
+    def __init__(self, name="(not in the list)", is_untimed=False, time_of_lock=None, owner=0, waiters=()):
         self.name = name
         self.is_untimed = is_untimed
-        self.time_of_lock = time_of_lock  # In milliseconds since the start of the process, modulo 2^32.
+        self.time_of_lock = time_of_lock  # In milliseconds since the process's start, modulo 2^32.
         self.owner = owner
         self.depth = 0
         self.is_abandoned = False
@@ -328,7 +328,7 @@ With the argument `all` the free ones, too. Threads that wait for one another ar
         if mutex.is_abandoned:
             owner += " (ended)"
         since = "-"
-        if mutex.owner:
+        if mutex.owner and mutex.time_of_lock is not None:
             since = "(TryLock)" if mutex.is_untimed else calendar.describe(mutex.time_of_lock)
         return (mutex.name, owner, str(mutex.depth), since,
                 ", ".join(map(process.thread, mutex.waiters)) or "-")
