@@ -151,7 +151,8 @@ TEST_F(BinaryFileTest, ReadsAheadInOrderWhereNobodyCanTell) {
         {0, 0x30, "r1 r2", false},    {0, 0x40, "r1 r2", false},    {1, 0x20, "r2", false},
         {1, 0x20, "r2 r1", false},    {1, 0x20, "r1 r2 w1", false}, {1, 0x20, "r1 r2 W", false},
         {1, 0x20, "r1 w1 r2", false}, {3, 0x20, "r1 r2 c", false},  {2, 0x20, "r1 r2 x o0", false},
-        {1, 0x20, "r1 r2 f", false},  {2, 0x20, "r1 r2 w4", false}, {1, 0x20, "r1 r2 r2", true}};
+        {1, 0x20, "r1 r2 f", false},  {0, 0x20, "R r1", false},     {2, 0x20, "r1 r2 w4", false},
+        {1, 0x20, "r1 r2 r2", true}};
     for (const auto& [mode, share, steps, isAhead] : ROWS) {
         SetUp();
         BinaryFile file(RECORD, 0);
@@ -171,7 +172,7 @@ TEST_F(BinaryFileTest, ReadsAheadInOrderWhereNobodyCanTell) {
     SetUp();
     BinaryFile file(RECORD, 0);
     EXPECT_EQ(Open(file, BinaryFile::BF_READONLY, BinaryFile::BF_DENYWR) + Do(file, "r1"), RECORD);
-    std::filesystem::resize_file(path, HEADER + 2 * RECORD - 1 + 2);
+    std::filesystem::resize_file(path, HEADER + 2 * RECORD + 1);
     EXPECT_EQ(Do(file, "r2"), RECORD);
     EXPECT_EQ(Do(file, "r3"), 1) << "what is left of it";
 }

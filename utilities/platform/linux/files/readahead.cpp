@@ -143,7 +143,7 @@ void EndReadAhead(int file) {
 
 bool ReadAhead(int file, void* buffer, unsigned int size, std::int64_t offset) {
     ReadAheadState* const descriptor = Find(file);
-    if (descriptor == nullptr)
+    if (descriptor == nullptr || size == 0)
         return false;
     const std::uint64_t state = descriptor->state.load(std::memory_order_acquire);
     if (!MayBeUsed(state))
