@@ -126,6 +126,7 @@ TEST_F(Compression, TrustsTheProgramAndFailsIfItCannotRunOrWrite) {
         {"missing/b", "", 0755, REPORT + MISSING, nullptr, ENOENT},
         {"folder.gz/b", "", 0755, REPORT + MISSING, nullptr, EACCES},  // Without rights.
     };
+    waited = 0;
     fs::create_directory("folder.gz");
     fs::create_symlink("/dev/full", "full.gz");
     mkfifo("pipe.gz", 0666);
