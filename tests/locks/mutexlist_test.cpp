@@ -114,7 +114,8 @@ TEST_F(MutexList, FindsAMutexHeldForMoreThanTwentySecondsWithAWaiter) {
 }
 
 TEST_F(MutexList, FindsNothingWhereTheMutexIsGoneOrFreeInTheSameMoment) {
-    static auto& mutex = *new auto(std::make_unique<MutexLock>("passing"));
+    static auto& mutex = *new std::unique_ptr<MutexLock>;
+    mutex = std::make_unique<MutexLock>("passing");
     static const std::function<void()> EVENTS[] = {
         [] { mutex.reset(); },
         [] { mutex.reset(), mutex = std::make_unique<MutexLock>("next"), mutex->Lock(); },
