@@ -43,8 +43,10 @@ int Export(const CommandLine& line) {
     const ChecksumForm checksumForm{form == SHA256_LINES, line.Has("tag"), line.Has("zero")};
     for (const Tree& tree : store.Content()) {
         const std::string base = line.Has("relative") ? std::string() : tree.path;
-        for (const Entry& entry : tree.entries)
-            PrintText(LineOf(Joined(base, entry.path), entry, form, checksumForm));
+        for (const Entry& entry : tree.entries) {
+            const std::string path = Joined(base, entry.path);
+            PrintText(LineOf(path.empty() ? "." : path, entry, form, checksumForm));
+        }
     }
     return STATUS_DONE;
 }

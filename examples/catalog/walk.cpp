@@ -67,7 +67,7 @@ private:
         const Descriptor start = OpenBelow(m_Root, path, O_PATH);
         if (start.IsOpen() && fstat(start.Number(), &status) == 0)
             Take(path, static_cast<unsigned char>(IFTODT(status.st_mode)));
-        else if (errno != ENOENT)
+        else if (errno != ENOENT && errno != ENOTDIR && errno != ELOOP)
             AddFailure(path);
     }
 

@@ -51,8 +51,8 @@ struct Walked {
     std::vector<Failure> failures;
 };
 
-/// Looks below `root` for what is selected. A start that doesn't exist is no failure. Throws
-/// `Interrupted` after an interrupt.
+/// Looks below `root` for what is selected. A start that doesn't exist, or is behind a link now, is
+/// no failure. Throws `Interrupted` after an interrupt.
 Walked Walk(const Descriptor& root, const Selection& selection);
 
 #endif

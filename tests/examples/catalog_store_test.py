@@ -121,6 +121,10 @@ class Store(unittest.TestCase):
             listed = "listed" + options
             self.expect(0, TOTALS(2, 0, 0, 0, 0, 0), "scan", "tree", options, given=given, store=listed)
             self.expect(0, TOTALS(0, 0, 0, 0, 0, 2), "verify", store=listed)
+        tree.rename("away")
+        self.expect(1, f"missing {tree}/a\nmissing {tree}/sub/c\n" + TOTALS(0, 0, 0, 2, 0, 0),
+                    "verify", store=listed)
+        pathlib.Path("away").rename("tree")
         self.expect(0, "4 paths forgotten\n", "forget", "tree/sub")
         self.assertEqual(self.paths(), [f"{tree}/a", f"{tree}/b.o"])
         self.expect(0, "4 paths forgotten\n", "forget", self.work)
