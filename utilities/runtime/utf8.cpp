@@ -179,7 +179,7 @@ bool ConvertOne(char*& out, const WideChar*& in) {
 /// saves. Works on copies: the compiler knows that no byte written changes them.
 template <class Out, class In>
 Step ConvertUpTo(Progress<Out, In>& progress, const In* stop) {
-    constexpr std::ptrdiff_t MIXED = 32;
+    constexpr std::ptrdiff_t MIXED = 64;
     auto [out, in] = progress;
     bool goesOn = true;
     while (goesOn && in < stop) {
