@@ -1,12 +1,15 @@
-// Values and texts made from what a program has in the types of the language and its library, and
-// read as these, in each dialect and by each compiler. REFUSED, if it is defined, is a line that
-// must not compile.
+// What a client does across the library's boundary, in each dialect and by each compiler: values
+// and texts made from what a program has in the types of the language and its library and read as
+// these, a class derived from a value, an exception. REFUSED, if it is defined, is a line that must
+// not compile.
 #include <cstdint>
 #include <cstdio>
 #include <mutex>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <typeinfo>
 #include <unordered_set>
 
 #include "utilities/utilities.h"
@@ -14,6 +17,40 @@
 namespace {
 
 int failures = 0;
+
+void Expect(bool isRight, const char* what) {
+    if (!isRight)
+        std::fprintf(stderr, "failed: %s\n", what), ++failures;
+}
+
+class Quantity : public MultiType {
+public:
+    explicit Quantity(int amount) : MultiType(amount) {}
+    short getCookie() const override { return 7; }
+    void Fill(unsigned int size) { StoreRaw(size, nullptr, 5); }
+};
+
+void CheckDerived() {
+    Quantity derived(42);
+    const MultiType& base = derived;
+    const MultiType copy(base);
+    const MultiType& plain = copy;
+    Expect(base.getCookie() == 7, "a virtual call");
+    Expect(dynamic_cast<const Quantity*>(&base) == &derived, "a cast of the derived value");
+    Expect(dynamic_cast<const Quantity*>(&plain) == nullptr, "a cast of a plain value");
+    Expect(typeid(plain) == typeid(MultiType), "type information");
+    derived.Fill(3);
+    Expect(base.GetValueSize() == 3, "a protected operation");
+}
+
+bool IsCaught() {
+    try {
+        String("text").Insert(100, u"x");
+        return false;
+    } catch (const std::out_of_range&) {
+        return true;
+    }
+}
 
 /// Makes a value of `source`, assigns it over a number and over a text, and reads it.
 template <class Read, class Source>
@@ -42,8 +79,7 @@ void CheckText(const Source& source) {
     Text assigned(4, 'x');
     assigned = source;
     const std::basic_string<typename Text::value_type> expected{'4', '2'};
-    if (made != expected || assigned != expected)
-        std::fprintf(stderr, "failed: a text\n"), ++failures;
+    Expect(made == expected && assigned == expected, "a text");
 }
 
 template <class Text>
@@ -56,8 +92,8 @@ void CheckTexts(const std::string& narrow, const std::u16string& wide) {
         Text(narrow.begin(), narrow.end()), {'4', '2'}, Text(Text(2, '4'), 1) + Text(1, '2')};
     for (const Text& text : made)
         CheckText<Text>(text);
-    if (std::unordered_set<Text>(std::begin(made), std::end(made)).size() != 1)
-        std::fprintf(stderr, "failed: a set of texts\n"), ++failures;
+    Expect(std::unordered_set<Text>(std::begin(made), std::end(made)).size() == 1,
+           "a set of texts");
 }
 
 }  // namespace
@@ -85,13 +121,14 @@ int main() {
         static_cast<const char*>(value.GetBuffer(nullptr, nullptr, nullptr)) + 8, 7);
     std::ostringstream out;
     out << value << '|' << MultiType(2.5);
-    if (out.str() != "another|2.5")
-        std::fprintf(stderr, "failed: %s\n", out.str().c_str()), ++failures;
+    Expect(out.str() == "another|2.5", "values on a stream");
 
     MutexLock first, second;
     const std::scoped_lock both(first, second);
-    if (!std::unique_lock<MutexLock>(first, std::try_to_lock))
-        std::fprintf(stderr, "failed: a nested lock\n"), ++failures;
+    Expect(bool(std::unique_lock<MutexLock>(first, std::try_to_lock)), "a nested lock");
+    Expect(getUtilitiesVersion() == UTILITIES_VERSION, "the version");
+    Expect(IsCaught(), "an exception");
+    CheckDerived();
 
 #ifdef REFUSED
     REFUSED;
