@@ -52,8 +52,10 @@ TEST_F(FileFunctions, TellWhatExistsAndRemoveAllButDirectories) {
         populate();
         const bool assured = type == 0 || reason == 0;
         bool existed = type == 0;
-        EXPECT_EQ(ReportOf([&] { EXPECT_EQ(AssureFileRemoved(name, &existed), assured) << name; }),
-                  assured ? "" : REPORT);
+        const auto assure = [&, path = name] {
+            EXPECT_EQ(AssureFileRemoved(path, &existed), assured) << path;
+        };
+        EXPECT_EQ(ReportOf(assure), assured ? "" : REPORT);
         EXPECT_TRUE(assured || errno == reason) << name;
         EXPECT_EQ(existed, type != 0) << name;
         EXPECT_EQ(IsFileExisting(name, nullptr), !assured) << name;

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <ranges>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -70,8 +69,11 @@ std::vector<std::int32_t> Samples() {
             return HostLocal(seconds).tm_gmtoff == offset;
         };
         if (!isAsBefore(sample)) {
-            const auto between = std::views::iota(before, sample);
-            const std::int32_t change = *std::ranges::partition_point(between, isAsBefore);
+            std::int32_t change = sample;
+            for (std::int32_t last = before; change - last > 1;) {
+                const std::int32_t middle = last + (change - last) / 2;
+                (isAsBefore(middle) ? last : change) = middle;
+            }
             for (const int away : {-7201, -3600, -1800, -1, 0, 1, 1799, 3599, 3600, 86'399})
                 samples.push_back(change + away);
         }
