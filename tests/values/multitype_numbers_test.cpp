@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <sstream>
+#include <type_traits>
 
 #include "tests/support/scoped_locale.h"
 #include "tests/values/flat_forms.h"
@@ -18,9 +19,11 @@ using namespace std::string_literals;
 std::string Readings(const MultiType& value) {
     std::ostringstream out;
     ForEachNumber([&]<class T>(T) {
-        const T read = value.GetAs<T>();
-        const bool isMost = read != 1 && read == std::numeric_limits<T>::max();
-        const bool isLeast = read != 0 && read == std::numeric_limits<T>::lowest();
+        // A char is signed to the library, whatever the compiler does.
+        using Read = std::conditional_t<std::is_same_v<T, char>, signed char, T>;
+        const auto read = static_cast<Read>(value.GetAs<T>());
+        const bool isMost = read != 1 && read == std::numeric_limits<Read>::max();
+        const bool isLeast = read != 0 && read == std::numeric_limits<Read>::lowest();
         if (isMost || isLeast)
             out << (isMost ? " max" : " min");
         else
