@@ -93,7 +93,7 @@ void CopyPlain(Out* out, const In* in, std::size_t count) {
     CopyBlock(out + last, in + last);
 }
 
-/// The first form of `DecodeAscii` and `EncodeAscii`.
+/// What `DecodeAscii` and `EncodeAscii` do.
 template <class Out, class In>
 std::size_t ConvertAscii(Out* out, const In* text, std::size_t length, std::size_t capacity) {
     const std::size_t count = CountPlain(text, std::min(length, capacity));
