@@ -19,11 +19,15 @@ struct ListedFile {
 
 /// The files below the directory, and what of it can't be read.
 std::vector<ListedFile> FilesIn(const Directory& directory, const CommandLine& line) {
-    const String pattern = line.words.size() > 1 ? line.words[1] : String("*");
+    const auto isWanted = [&](const Found& found) {
+        return found.isFile &&
+               (line.words.size() < 2 ||
+                String(found.path.substr(found.path.rfind('/') + 1)).WildcardMatch(line.words[1]));
+    };
     std::vector<ListedFile> files;
+    files.reserve(directory.walked.found.size());
     for (const Found& found : directory.walked.found) {
-        if (!found.isFile ||
-            !String(found.path.substr(found.path.rfind('/') + 1)).WildcardMatch(pattern))
+        if (!isWanted(found))
             continue;
         files.push_back({found.path, Entry(), String()});
         files.back().entry.path = found.path;

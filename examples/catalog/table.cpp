@@ -30,27 +30,31 @@ std::size_t CharactersIn(const String& text) {
 
 void Table::Add(Row row) {
     m_Widths.resize(std::max(m_Widths.size(), row.size()));
-    for (std::size_t column = 0; column < row.size(); ++column)
-        m_Widths[column] = std::max(m_Widths[column], CharactersIn(row[column].GetAs<String>()));
+    String text;
+    for (std::size_t column = 0; column < row.size(); ++column) {
+        row[column].Get(text);
+        m_Widths[column] = std::max(m_Widths[column], CharactersIn(text));
+    }
     m_Rows.push_back(std::move(row));
 }
 
 void Table::Print() const {
     for (const Row& row : m_Rows)
-        PrintLine(LineOf(row));
+        PrintText(LineOf(row));
 }
 
-String Table::LineOf(const Row& row) const {
-    String line;
+std::string Table::LineOf(const Row& row) const {
+    std::string line;
+    String text;
     for (std::size_t column = 0; column < row.size(); ++column) {
-        const String text = row[column].GetAs<String>();
+        row[column].Get(text);
         const std::size_t blanks = m_Widths[column] - CharactersIn(text);
         const bool isLast = column + 1 == row.size();
         if (IsNumber(row[column]))
             line.append(blanks, ' ').append(text);
         else
             line.append(text).append(isLast ? 0 : blanks, ' ');
-        line.append(isLast ? "" : GAP);
+        line.append(isLast ? "\n" : GAP);
     }
     return line;
 }

@@ -2,6 +2,7 @@
 #ifndef CATALOG_TABLE_H
 #define CATALOG_TABLE_H
 
+#include <string>
 #include <vector>
 
 #include "utilities/utilities.h"
@@ -18,7 +19,7 @@ public:
     void Print() const;
 
 private:
-    String LineOf(const Row& row) const;
+    std::string LineOf(const Row& row) const;
 
     std::vector<Row> m_Rows;
     std::vector<std::size_t> m_Widths;
