@@ -73,11 +73,15 @@ TEST_F(MutexList, IsWrittenToAFileThatIsReplaced) {
 }
 
 TEST_F(MutexList, IsNotWrittenWhereOnlyAStandardDescriptorIsFree) {
+    WriteMutexListFile(true);  // A sanitizer opens files of its own at the first time.
     EXPECT_EQ(EndOf(StartProcess([] {
                   close(STDIN_FILENO);
-                  constexpr rlimit STANDARD_ONES{3, 3};
-                  setrlimit(RLIMIT_NOFILE, &STANDARD_ONES);
+                  rlimit usual;
+                  getrlimit(RLIMIT_NOFILE, &usual);
+                  const rlimit standardOnes{3, usual.rlim_max};
+                  setrlimit(RLIMIT_NOFILE, &standardOnes);
                   WriteMutexListFile(true);
+                  setrlimit(RLIMIT_NOFILE, &usual);  // And at the end.
                   return static_cast<int>(std::filesystem::file_size("MutexList"));
               })),
               0);
