@@ -2,6 +2,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "tests/support/scratch.h"
 #include "utilities/serial/ccomm.h"
 
@@ -9,6 +11,7 @@
 TEST(Load, AgainAndAgainLeadsToADebugLineThatTellsWhetherTheTextFits) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
+    const auto start = std::chrono::steady_clock::now();
     for (int round = 0; round < 50; ++round) {
         void* const library = dlopen(UTILITIES_LIBRARY, RTLD_NOW | RTLD_LOCAL);
         ASSERT_NE(library, nullptr) << dlerror();
@@ -20,6 +23,9 @@ TEST(Load, AgainAndAgainLeadsToADebugLineThatTellsWhetherTheTextFits) {
         ASSERT_EQ(dlclose(library), 0);
         ASSERT_EQ(dlopen(UTILITIES_LIBRARY, RTLD_NOW | RTLD_NOLOAD), nullptr) << "still mapped";
     }
+    const auto taken = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(taken, std::chrono::seconds(40))
+        << "a second each, as if threads were on their way out";
     EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
 }
 
