@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <climits>
 #include <cstdlib>
 #include <ctime>
@@ -17,11 +18,13 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
 
 #include "tests/support/platform_zone.h"
+#include "utilities/platform/clock.h"
 #include "utilities/platform/linux/time/zonefile.h"
 
 /// Unless 0, the present time, and what `stat` stores as the last change of the file and as its
@@ -258,6 +261,15 @@ TEST(ZoneFile, ChangesOutOfOrderAreRefusedAndThoseBeyondAZonesCapacityLeftOut) {
     ASSERT_TRUE(platform::ReadZone(FileOf(many), zone));
     EXPECT_GT(zone.Count(), 500u);
     EXPECT_LT(zone.Count(), 2000u);
+}
+
+const auto loaded = std::chrono::steady_clock::now();
+
+TEST(Clock, CountsFromTheStartOfTheProcess) {
+    constexpr std::chrono::milliseconds coarse(30);
+    std::this_thread::sleep_for(4 * coarse);
+    const auto elapsed = std::chrono::steady_clock::now() - loaded;
+    EXPECT_GE(std::chrono::milliseconds(platform::clock()) + coarse, elapsed);
 }
 
 TEST(ZoneNames, AreEmptyWhenTheirSpaceIsUsedUp) {
