@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/wait.h>
 
 #include <algorithm>
 #include <atomic>
@@ -206,6 +207,9 @@ void Run(unsigned int milliseconds) {
         worker = StartProcess(Work);
     }
     std::ranges::for_each(workers, stop);
+    // What they had started has the file open until it has ended, too.
+    while (wait(nullptr) > 0)
+        continue;
 }
 
 }  // namespace
@@ -217,6 +221,7 @@ int main(int count, char** arguments) {
         return 2;
     }
     const ScratchWorkingDirectory directory;
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
     MakeFile();
     Run(static_cast<unsigned int>(seconds) * 1000);
     const bool hasStopped = HasStopped();

@@ -99,8 +99,8 @@ public:
     /// Returns 1 if all `length` bytes were taken, or if `length` is below 1; 0 otherwise: queue
     /// full or line held (EAGAIN), error, port closed. `TxSize` tells how many are queued.
     ///
-    /// Each write waits up to 20 ms for a slow or held line. The first one that takes nothing is the
-    /// last, and none begins after 2 seconds. The result is 1 only if one write took all bytes.
+    /// Each write waits up to 20 ms for a slow or held line. The first one that takes nothing is
+    /// the last, and none begins after 2 seconds. The result is 1 only if one write took all bytes.
     /// `flag` has no effect.
     unsigned long TxBuffer(unsigned char* buffer, int length, bool flag);
 
