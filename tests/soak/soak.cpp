@@ -112,7 +112,7 @@ SemaphoreLock places(2, 2);
 /// all else of the library with files of its own.
 unsigned int Fight(SystemThread*) {
     Random random = NewRandom();
-    const std::string own = std::to_string(create_unique_id());
+    const std::string own = Own();
     for (;;) {
         fought.Lock();
         places.TryLock(0);
@@ -128,7 +128,7 @@ void Fork() {
     const pid_t child = StartProcess([]() -> int {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         alarm(LONGEST_STANDSTILL / 1000);
-        const std::string own = std::to_string(create_unique_id());
+        const std::string own = Own();
         for (std::size_t i = 0; i < std::size(USES); ++i) {
             if (!USES[i].run(own))
                 Tell(told.wrongInChild[i]);

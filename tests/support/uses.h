@@ -22,6 +22,9 @@ struct Use {
     bool (*run)(const std::string& own);
 };
 
+/// What begins the names of the calling thread's own files.
+inline std::string Own() { return std::to_string(getpid()) + "_" + std::to_string(gettid()); }
+
 struct SmallCache : CacheManager {
     SmallCache() : CacheManager(5, 8) {}
     void writeBackNode(CacheNode*) override {}

@@ -26,8 +26,6 @@ std::atomic<bool> isOver{false};
 std::atomic<unsigned long> steps{0};
 MutexLock held("held by who forks");
 
-std::string Own() { return std::to_string(getpid()) + "_" + std::to_string(gettid()); }
-
 /// Repeats `step` until all is over.
 struct Busy : SystemThread {
     explicit Busy(bool (*toRepeat)(const std::string&))
