@@ -2,104 +2,14 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
-#include <type_traits>
 
 #include "utilities/platform/widetext.h"
+#include "utilities/runtime/plain.h"
 #include "utilities/runtime/surrogates.h"
 
 namespace runtime {
 
 namespace {
-
-/// The characters that are copied at once.
-constexpr std::ptrdiff_t BLOCK = 8;
-using Bytes = std::uint8_t __attribute__((vector_size(BLOCK)));
-using Units = std::uint16_t __attribute__((vector_size(2 * BLOCK)));
-/// Two words, as every 64-bit processor has registers for.
-using Words = std::uint64_t __attribute__((vector_size(16)));
-
-constexpr bool IsPlain(WideChar unit) { return static_cast<WideChar>(unit - 1) < 0x7F; }
-constexpr bool IsPlain(char byte) { return static_cast<unsigned char>(byte - 1) < 0x7F; }
-
-/// Marks the characters of each word that are NUL or above 0x7F: taking 1 from each sets the top
-/// bit of one that is zero.
-constexpr std::uint64_t BYTE_ONES = 0x0101010101010101, BYTE_TOPS = 0x8080808080808080;
-constexpr std::uint64_t UNIT_ONES = 0x0001000100010001, UNIT_TOPS = 0x8000800080008000;
-constexpr std::uint64_t UNIT_BEYOND_ASCII = 0xFF80FF80FF80FF80;
-
-template <class Word>
-Word NotPlain(char, Word word) {
-    return (word | (word - BYTE_ONES)) & BYTE_TOPS;
-}
-template <class Word>
-Word NotPlain(WideChar, Word word) {
-    return (word & UNIT_BEYOND_ASCII) | ((word - UNIT_ONES) & UNIT_TOPS);
-}
-
-template <class Word, class Char>
-Word Load(const Char* text) {
-    Word word;
-    std::memcpy(&word, text, sizeof word);
-    return word;
-}
-
-template <class In>
-bool IsPlainBlock(const In* in) {
-    if constexpr (sizeof(In) * BLOCK == sizeof(Words)) {
-        const Words found = NotPlain(In(), Load<Words>(in));
-        return (found[0] | found[1]) == 0;
-    } else {
-        return NotPlain(In(), Load<std::uint64_t>(in)) == 0;
-    }
-}
-
-template <class Char>
-using Block = std::conditional_t<sizeof(Char) == 1, Bytes, Units>;
-
-template <class Out, class In>
-void CopyBlock(Out* out, const In* in) {
-    const auto converted = __builtin_convertvector(Load<Block<In>>(in), Block<Out>);
-    std::memcpy(out, &converted, sizeof converted);
-}
-
-template <class Char>
-std::size_t CountPlain(const Char* text, std::size_t length) {
-    constexpr std::size_t COUNT = sizeof(Words) / sizeof(Char);
-    const auto notPlain = [text](std::size_t i) { return NotPlain(Char(), Load<Words>(text + i)); };
-    const auto isNone = [](Words found) { return (found[0] | found[1]) == 0; };
-    std::size_t i = 0;
-    while (length - i >= 2 * COUNT && isNone(notPlain(i) | notPlain(i + COUNT)))
-        i += 2 * COUNT;
-    while (length - i >= COUNT && isNone(notPlain(i)))
-        i += COUNT;
-    while (i < length && IsPlain(text[i]))
-        ++i;
-    return i;
-}
-
-/// The last block may overlap the one before it.
-template <class Out, class In>
-void CopyPlain(Out* out, const In* in, std::size_t count) {
-    constexpr std::size_t COUNT = BLOCK;
-    if (count < COUNT) {
-        for (std::size_t i = 0; i < count; ++i)
-            out[i] = static_cast<Out>(in[i]);
-        return;
-    }
-    const std::size_t last = count - COUNT;
-    for (std::size_t i = 0; i < last; i += COUNT)
-        CopyBlock(out + i, in + i);
-    CopyBlock(out + last, in + last);
-}
-
-/// What `DecodeAscii` and `EncodeAscii` do.
-template <class Out, class In>
-std::size_t ConvertAscii(Out* out, const In* text, std::size_t length, std::size_t capacity) {
-    const std::size_t count = CountPlain(text, std::min(length, capacity));
-    CopyPlain(out, text, count);
-    return count == capacity || text[count] == In() ? count : platform::CONVERSION_FAILED;
-}
 
 /// How far a conversion has come.
 template <class Out, class In>
@@ -183,7 +93,7 @@ Step ConvertUpTo(Progress<Out, In>& progress, const In* stop) {
     auto [out, in] = progress;
     bool goesOn = true;
     while (goesOn && in < stop) {
-        if (stop - in >= BLOCK && IsPlainBlock(in)) {
+        if (static_cast<std::size_t>(stop - in) >= BLOCK && ArePlain(in)) {
             CopyBlock(out, in);
             out += BLOCK;
             in += BLOCK;
@@ -222,22 +132,6 @@ std::size_t ResultOf(const Progress<Out, In>& at, Step step, const Out* start) {
 }
 
 }  // namespace
-
-std::size_t PlainLength(const char* text, std::size_t length) { return CountPlain(text, length); }
-std::size_t PlainLength(const WideChar* text, std::size_t length) {
-    return CountPlain(text, length);
-}
-
-void CopyAscii(WideChar* out, const char* text, std::size_t count) { CopyPlain(out, text, count); }
-void CopyAscii(char* out, const WideChar* text, std::size_t count) { CopyPlain(out, text, count); }
-
-std::size_t DecodeAscii(WideChar* out, const char* text, std::size_t length) {
-    return ConvertAscii(out, text, length, length);
-}
-
-std::size_t EncodeAscii(char* out, const WideChar* text, std::size_t length, std::size_t capacity) {
-    return ConvertAscii(out, text, length, capacity);
-}
 
 std::size_t DecodeUtf8(WideChar* out, const char* text, std::size_t length) {
     Progress<WideChar, char> at{out, text};

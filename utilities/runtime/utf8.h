@@ -16,18 +16,6 @@ std::size_t EncodeUtf8(char* out, const WideChar* text, std::size_t length, std:
 /// A capacity with which every text of `length` units is converted in one go.
 constexpr std::size_t Utf8Capacity(std::size_t length) { return 3 * length + 1; }
 
-/// The same where every byte or unit above 0x7F is a failure.
-std::size_t DecodeAscii(WideChar* out, const char* text, std::size_t length);
-std::size_t EncodeAscii(char* out, const WideChar* text, std::size_t length, std::size_t capacity);
-
-/// How many characters are in front of the first that is NUL or above 0x7F, or of the end.
-std::size_t PlainLength(const char* text, std::size_t length);
-std::size_t PlainLength(const WideChar* text, std::size_t length);
-
-/// Copies such characters.
-void CopyAscii(WideChar* out, const char* text, std::size_t count);
-void CopyAscii(char* out, const WideChar* text, std::size_t count);
-
 }  // namespace runtime
 
 #endif

@@ -9,6 +9,7 @@
 
 #include "utilities/platform/currentlocale.h"
 #include "utilities/runtime/overwrite.h"
+#include "utilities/runtime/plain.h"
 #include "utilities/runtime/surrogates.h"
 #include "utilities/runtime/utf8.h"
 
@@ -79,33 +80,53 @@ WideChar MapUnit(Function function, WideChar c) {
     return mapped <= 0xFFFF ? static_cast<WideChar>(mapped) : c;
 }
 
+/// In a locale in which every byte or unit above 0x7F is a failure.
+template <class Out, class In>
+std::size_t ConvertAscii(Out* out, const In* text, std::size_t length, std::size_t capacity) {
+    const std::size_t count = runtime::CopyPlain(out, text, std::min(length, capacity));
+    return count == capacity || text[count] == In() ? count : CONVERSION_FAILED;
+}
+
 /// The conversions in the encoding of narrow text.
 std::size_t ToWide(Encoding encoding, WideChar* out, const char* text, std::size_t length) {
-    if (encoding == Encoding::OTHER)
-        return HostToWide(out, text, length);
-    const auto convert = encoding == Encoding::UTF8 ? runtime::DecodeUtf8 : runtime::DecodeAscii;
-    return convert(out, text, length);
+    switch (encoding) {
+        case Encoding::UTF8:
+            return runtime::DecodeUtf8(out, text, length);
+        case Encoding::ASCII:
+            return ConvertAscii(out, text, length, length);
+        default:
+            return HostToWide(out, text, length);
+    }
 }
 
 std::size_t ToNarrow(Encoding encoding, char* out, const WideChar* text, std::size_t length,
                      std::size_t capacity) {
-    if (encoding == Encoding::OTHER)
-        return HostToNarrow(out, text, length, capacity);
-    const auto convert = encoding == Encoding::UTF8 ? runtime::EncodeUtf8 : runtime::EncodeAscii;
-    return convert(out, text, length, capacity);
+    switch (encoding) {
+        case Encoding::UTF8:
+            return runtime::EncodeUtf8(out, text, length, capacity);
+        case Encoding::ASCII:
+            return ConvertAscii(out, text, length, capacity);
+        default:
+            return HostToNarrow(out, text, length, capacity);
+    }
 }
 
-/// Most texts are ASCII, of which the length is known before. False for any other.
+/// Replaces `out` by the copy of a plain text. False for any other; `out` then is as it was.
+///
+/// Most texts are plain, and their length is known before. Where nothing can be lost, one that
+/// starts plain is copied at once, without a look at the rest.
 template <class Out, class In>
-bool FillWithAscii(std::basic_string<Out>& out, const std::basic_string<In>& text) {
+bool FillWithPlain(std::basic_string<Out>& out, const std::basic_string<In>& text) {
     const std::size_t length = text.size();
-    if (runtime::PlainLength(text.data(), length) != length)
+    const bool startsPlain = length < runtime::BLOCK || runtime::ArePlain(text.data());
+    if (!startsPlain || !(out.empty() || runtime::ArePlain(text.data(), length)))
         return false;
+    std::size_t count = 0;
     runtime::Overwrite(out, length, [&](Out* to) {
-        runtime::CopyAscii(to, text.data(), length);
-        return length;
+        count = runtime::CopyPlain(to, text.data(), length);
+        return count == length ? length : 0;
     });
-    return true;
+    return count == length;
 }
 
 /// Replaces `out` by the result of `convert`, a conversion to at most `capacity` characters.
@@ -118,7 +139,11 @@ void Fill(std::basic_string<Char>& out, std::size_t capacity, Convert convert) {
         heap = std::make_unique_for_overwrite<Char[]>(capacity);
     Char* const buffer = heap ? heap.get() : local;
     const std::size_t count = convert(buffer);
-    out.assign(buffer, count == CONVERSION_FAILED ? 0 : count);
+    const std::size_t length = count == CONVERSION_FAILED ? 0 : count;
+    runtime::Overwrite(out, length, [&](Char* to) {
+        std::copy_n(buffer, length, to);
+        return length;
+    });
 }
 
 }  // namespace
@@ -133,7 +158,7 @@ std::size_t wcstombs(char* out, const WideChar* text, std::size_t length, std::s
 
 void ConvertText(std::basic_string<WideChar>& out, const std::basic_string<char>& text) {
     const Encoding encoding = NarrowEncoding();
-    if (encoding != Encoding::OTHER && FillWithAscii(out, text))
+    if (encoding != Encoding::OTHER && FillWithPlain(out, text))
         return;
     Fill(out, text.size(),
          [&](WideChar* to) { return ToWide(encoding, to, text.c_str(), text.size()); });
@@ -142,7 +167,7 @@ void ConvertText(std::basic_string<WideChar>& out, const std::basic_string<char>
 void ConvertText(std::basic_string<char>& out, const std::basic_string<WideChar>& text,
                  std::size_t most) {
     const Encoding encoding = NarrowEncoding();
-    if (encoding != Encoding::OTHER && FillWithAscii(out, text))
+    if (encoding != Encoding::OTHER && FillWithPlain(out, text))
         return;
     const std::size_t capacity = std::max(most, runtime::Utf8Capacity(text.size()));
     Fill(out, capacity, [&](char* to) {
