@@ -62,8 +62,11 @@ void Serve(ThreadRecord& record, Leave leave) {
     if (Slot* const slot = current.released)
         FinishRelease(*slot);
     Park(record);
-    if (IsKilled(record) && leave == Leave::BY_ITS_FRAMES)
+    if (IsKilled(record) && leave == Leave::BY_ITS_FRAMES) {
+        // A handler that is left by a jump leaves the signal blocked.
+        UnblockSignal();
         LeaveThread();
+    }
     if (IsKilled(record) && !UTILITIES_WATCHED_THREADS)
         ExitOnTheSpot();
     EndRequest(record);

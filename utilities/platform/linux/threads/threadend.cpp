@@ -104,10 +104,8 @@ void ReportExit() {
 }
 
 void LeaveThread() {
-    if (sigjmp_buf* const base = current.base) {
-        UnblockSignal();
+    if (sigjmp_buf* const base = current.base)
         siglongjmp(*base, 1);
-    }
     ExitOnTheSpot();
 }
 
