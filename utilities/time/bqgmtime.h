@@ -132,10 +132,6 @@ public:
     bool operator>=(const BqGMTime& other) const { return !(*this < other); }
 
 private:
-    struct UTILITIES_LOCAL Reading;
-    UTILITIES_LOCAL static Reading ReadingOf(std::int32_t seconds, struct tm* working);
-    UTILITIES_LOCAL static std::int32_t ReadAsGMT(const struct tm& record);
-
     /// Serialises all calls of the calendar.
     UTILITIES_LOCAL static MutexLock tm_mutex;
 

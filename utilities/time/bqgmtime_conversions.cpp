@@ -19,25 +19,17 @@ auto Fields(const struct tm& record) {
                     record.tm_year, record.tm_wday, record.tm_yday, record.tm_isdst);
 }
 
-}  // namespace
-
 /// The result of `mktime`, and the standard time that it read the fields with.
-struct BqGMTime::Reading {
+struct Reading {
     std::int32_t seconds;
     std::int32_t zone;
     bool success;
 };
 
-std::int32_t BqGMTime::time(std::int32_t* seconds) { return platform::time(seconds); }
+// The caller of the following functions holds the mutex: they use what the platform's calendar
+// keeps from one call to the next, and the zone belongs to the conversion before it.
 
-BqGMTime BqGMTime::getCurrentTime() {
-    const ScopedLock lock(tm_mutex);
-    const std::int32_t seconds = platform::time(nullptr);
-    return BqGMTime(seconds == -1 ? 0LL : seconds * 1000LL);
-}
-
-struct tm BqGMTime::localtime(const std::int32_t* time, bool* success) {
-    const ScopedLock lock(tm_mutex);
+struct tm LocalTime(const std::int32_t* time, bool* success) {
     const std::int32_t nCopyOfTime = *time;
     const struct tm* converted = platform::localtime(&nCopyOfTime);
     ASSERT(nCopyOfTime == *time);
@@ -59,8 +51,7 @@ struct tm BqGMTime::localtime(const std::int32_t* time, bool* success) {
     return result;
 }
 
-struct tm BqGMTime::gmtime(const std::int32_t* time, bool* success) {
-    const ScopedLock lock(tm_mutex);
+struct tm GMTime(const std::int32_t* time, bool* success) {
     const std::int32_t nCopyOfTime = *time;
     const struct tm* const converted = platform::gmtime(&nCopyOfTime);
     ASSERT(nCopyOfTime == *time);
@@ -75,9 +66,8 @@ struct tm BqGMTime::gmtime(const std::int32_t* time, bool* success) {
 }
 
 // What a `mktime` came to that returned `seconds`. One that failed is made again, for a cleared
-// record, which is stored in `working` as well unless that is null. The caller holds the mutex: the
-// zone belongs to the conversion before it.
-BqGMTime::Reading BqGMTime::ReadingOf(std::int32_t seconds, struct tm* working) {
+// record, which is stored in `working` as well unless that is null.
+Reading ReadingOf(std::int32_t seconds, struct tm* working) {
     const std::int32_t zone = platform::_timezone();
     if (seconds != -1)
         return {seconds, zone, true};
@@ -87,6 +77,33 @@ BqGMTime::Reading BqGMTime::ReadingOf(std::int32_t seconds, struct tm* working) 
         *working = cleared;
     ASSERT(false);
     return {secondResult, zone, false};
+}
+
+// A zone can change its standard time, so that two results of `mktime` are counted from different
+// ones. Their difference is right only if each is first counted from GMT.
+std::int32_t ReadAsGMT(const struct tm& record) {
+    const Reading reading = ReadingOf(platform::mktime(record), nullptr);
+    return WrappedDifference(reading.seconds, reading.zone);
+}
+
+}  // namespace
+
+std::int32_t BqGMTime::time(std::int32_t* seconds) { return platform::time(seconds); }
+
+BqGMTime BqGMTime::getCurrentTime() {
+    const ScopedLock lock(tm_mutex);
+    const std::int32_t seconds = platform::time(nullptr);
+    return BqGMTime(seconds == -1 ? 0LL : seconds * 1000LL);
+}
+
+struct tm BqGMTime::localtime(const std::int32_t* time, bool* success) {
+    const ScopedLock lock(tm_mutex);
+    return LocalTime(time, success);
+}
+
+struct tm BqGMTime::gmtime(const std::int32_t* time, bool* success) {
+    const ScopedLock lock(tm_mutex);
+    return GMTime(time, success);
 }
 
 std::int32_t BqGMTime::mktime(struct tm* record, bool writeBack, bool* success) {
@@ -101,14 +118,6 @@ std::int32_t BqGMTime::mktime(struct tm* record, bool writeBack, bool* success) 
     return reading.seconds;
 }
 
-// A zone can change its standard time, so that two results of `mktime` are counted from different
-// ones. Their difference is right only if each is first counted from GMT.
-std::int32_t BqGMTime::ReadAsGMT(const struct tm& record) {
-    const ScopedLock lock(tm_mutex);
-    const Reading reading = ReadingOf(platform::mktime(record), nullptr);
-    return WrappedDifference(reading.seconds, reading.zone);
-}
-
 std::int32_t BqGMTime::timegm(struct tm* record) {
     const ScopedLock lock(tm_mutex);
     platform::_tzset();
@@ -119,11 +128,11 @@ int BqGMTime::getLocalTimeMsecOffset(const BqGMTime& instant, bool* isDaylight) 
     if (!instant.isValid() || instant.m_MilliSeconds == 0)
         return 0;
     const auto seconds = static_cast<std::int32_t>(instant.m_MilliSeconds / 1000);
-    // Each of the four conversions takes the mutex. Nested they do so at a fraction of the cost.
+    // One hold for all four conversions: a mutex costs as much as one of them.
     const ScopedLock lock(tm_mutex);
-    const struct tm gmTime = gmtime(&seconds, nullptr);
+    const struct tm gmTime = GMTime(&seconds, nullptr);
     ASSERT(0 == gmTime.tm_isdst);
-    struct tm localTime = localtime(&seconds, nullptr);
+    struct tm localTime = LocalTime(&seconds, nullptr);
     if (isDaylight != nullptr)
         *isDaylight = localTime.tm_isdst != 0;
     localTime.tm_isdst = 0;
