@@ -22,9 +22,22 @@ namespace {
 
 const char LONG_TEXT[] = "a text that has no room in the object itself, whatever its units are";
 
+/// A conversion that finds no memory leaves its target as it was.
+void ConvertInto(WString target) {
+    const WString before = target;
+    try {
+        target.Assign(std::string(300, 'a') + "\x80" + std::string(300, 'a'));
+    } catch (const std::bad_alloc&) {
+        EXPECT_EQ(target, before);
+        throw;
+    }
+}
+
 bool MakeTexts() {
     const String text(LONG_TEXT);
     EXPECT_EQ(String(WString(text)), text);
+    ConvertInto(u"");
+    ConvertInto(u"kept");
     String made;
     made.Format("%200d", 1);
     EXPECT_EQ(made.size(), 200u);
